@@ -1,0 +1,57 @@
+#pragma once
+
+// Records and function types shared with the device maker's customisation
+// library ("libcameracustom.so"). The library exports the entries below with C
+// linkage; each one is optional.
+
+#include <string>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include "IMetadata.h"
+#include "StreamConfiguration.h"
+
+namespace NSCam {
+namespace NSCamFeature {
+namespace NSCamPerfCtrl {
+
+using CustomParams = std::vector<std::pair<std::string, std::string>>;
+using CustomOutCmds = std::unordered_map<std::string, int>;
+
+// Commands a request lays on top of the enter-camera and configure-stream locks.
+struct OverwriteCPUControls {
+    std::unordered_map<std::string, int> enterCamCmds;
+    std::unordered_map<std::string, int> configCamCmds;
+};
+
+using CustomEnterCameraFn = bool (*)(const CustomParams& params, CustomOutCmds& cmds,
+                                     unsigned int& timeout);
+using CustomConfigTimeFn = bool (*)(const qcam::StreamConfiguration& config,
+                                    const CustomParams& params, CustomOutCmds& cmds,
+                                    unsigned int& timeout);
+using CustomRuntimeFn = bool (*)(const NSCam::IMetadata* request, const CustomParams& params,
+                                 CustomOutCmds& cmds, unsigned int& timeout,
+                                 OverwriteCPUControls& overwrite);
+using QueryAppropriateCPUFn = int (*)(const char* threadName, int scene);
+
+}  // namespace NSCamPerfCtrl
+}  // namespace NSCamFeature
+}  // namespace NSCam
+
+// The entry points a customisation library may define (with these exact names).
+extern "C" {
+bool customizeEnterCameraPerf(const NSCam::NSCamFeature::NSCamPerfCtrl::CustomParams& params,
+                              NSCam::NSCamFeature::NSCamPerfCtrl::CustomOutCmds& cmds,
+                              unsigned int& timeout);
+bool customizeConfigTimeCPUCtrl(const qcam::StreamConfiguration& config,
+                                const NSCam::NSCamFeature::NSCamPerfCtrl::CustomParams& params,
+                                NSCam::NSCamFeature::NSCamPerfCtrl::CustomOutCmds& cmds,
+                                unsigned int& timeout);
+bool customizeRuntimeCPUCtrl(const NSCam::IMetadata* request,
+                             const NSCam::NSCamFeature::NSCamPerfCtrl::CustomParams& params,
+                             NSCam::NSCamFeature::NSCamPerfCtrl::CustomOutCmds& cmds,
+                             unsigned int& timeout,
+                             NSCam::NSCamFeature::NSCamPerfCtrl::OverwriteCPUControls& overwrite);
+int queryAppropriateCPU(const char* threadName, int scene);
+}

@@ -1,0 +1,45 @@
+#pragma once
+
+// Static loaders, tables and platform settings of the controller. The tables are
+// published for other modules of the camera stack; the functions are internal.
+
+#include <string>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
+
+#include "PerfCtrlCustom.h"
+#include "QvncamExport.h"
+
+namespace NSCam {
+namespace NSCamFeature {
+namespace NSCamPerfCtrl {
+
+class PerfCtrlHelper {
+public:
+    static constexpr int DEFAULT_LOG_LEVEL = 0;
+
+    // Resource vocabulary of the power service: id -> name, name -> id, and the
+    // names that configuration may use.
+    QVNCAM_EXPORT static const std::unordered_map<int, std::string> PowerEnumToStringMap;
+    QVNCAM_EXPORT static const std::unordered_map<std::string, int> StringToPowerEnumMap;
+    QVNCAM_EXPORT static const std::unordered_set<std::string> AvailablePowerHalCmds;
+
+    // Boost level -> command list, built at library load.
+    QVNCAM_EXPORT static const std::unordered_map<int, std::vector<int>> BoostComdTable;
+
+    // Opens the power-service client and resolves its two lock entries.
+    static bool loadPowerHalAPI(int (*&lockAcq)(int, int, int*, int), int (*&lockRel)(int));
+
+    // Resolves the customisation library's entries into the four outputs.
+    static void loadCustomPerfFunctions(CustomEnterCameraFn& enterCam,
+                                        CustomConfigTimeFn& configTime, CustomRuntimeFn& runtime,
+                                        QueryAppropriateCPUFn& queryCpu);
+
+    // Appends the platform-dependent enter-camera settings to `cmds`.
+    static void prepareEnterCameraPlatSettings(std::vector<int>& cmds);
+};
+
+}  // namespace NSCamPerfCtrl
+}  // namespace NSCamFeature
+}  // namespace NSCam

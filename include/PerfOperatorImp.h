@@ -1,0 +1,100 @@
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "PerfOperator.h"
+#include "QvncamExport.h"
+
+namespace NSCam {
+namespace NSCamFeature {
+namespace NSCamPerfCtrl {
+
+class QVNCAM_EXPORT PerfOperatorImp : public PerfOperator {
+public:
+    using LockAcqFn = int (*)(int handle, int duration, int* list, int numArgs);
+    using LockRelFn = int (*)(int handle);
+
+    // Acquires the lock at once; `user` may be null.
+    PerfOperatorImp(std::vector<int> cmds, int timeout, const char* user);
+    ~PerfOperatorImp() override;
+
+    bool exit() override;
+    bool isAlive() override;
+    bool detach() override;
+    int getTimeoutInMilli() override;
+
+    // Re-issues the held lock with a further command list.
+    bool perform_extra(std::vector<int> cmds);
+    // Debug listing of a command list by resource name.
+    void printCmds(std::vector<int>& cmds);
+    // Body of the detached thread that closes the trace slice when the duration runs out.
+    static void traceTimeoutCb(int cookie, int timeout, std::string user);
+
+    // Power-service client entries, filled lazily by the first operator that needs them.
+    // Atomic so that concurrent first use is not a data race.
+    static std::atomic<LockAcqFn> mfnLockAcq;
+    static std::atomic<LockRelFn> mfnLockRel;
+    // Trace cookie generator.
+    static std::atomic<int> miGID;
+
+private:
+    bool _exit();
+
+    using TimePoint = std::chrono::time_point<std::chrono::system_clock, std::chrono::microseconds>;
+
+    int mTimeout = -1;
+    TimePoint mStartTime{};
+    int mHandle = -1;
+    bool mIsDetached = false;
+    int mCookie = -1;
+    int mLogLevel = 0;
+    std::string mUserName;
+};
+
+class QVNCAM_EXPORT PerfOperatorHolderImp : public PerfOperatorHolder {
+public:
+    PerfOperatorHolderImp() = default;
+    ~PerfOperatorHolderImp() override;
+    PerfOperatorHolderImp(const PerfOperatorHolderImp&) = delete;
+    PerfOperatorHolderImp& operator=(const PerfOperatorHolderImp&) = delete;
+
+    bool push_back(std::shared_ptr<PerfOperator> op);
+    bool setCustomHolder(std::shared_ptr<PerfOperator> op);
+    std::shared_ptr<PerfOperator> getPerfOperator() override;
+    bool exit() override;
+
+private:
+    bool _exit();
+
+    std::vector<std::shared_ptr<PerfOperator>> mOperators;
+    std::shared_ptr<PerfOperator> mCustomOperator;
+};
+
+class QVNCAM_EXPORT InflightOperatorHolderImp : public InflightOperatorHolder {
+public:
+    InflightOperatorHolderImp() = default;
+    ~InflightOperatorHolderImp() override;
+    InflightOperatorHolderImp(const InflightOperatorHolderImp&) = delete;
+    InflightOperatorHolderImp& operator=(const InflightOperatorHolderImp&) = delete;
+
+    // Replaces, under the lock, any operator already held for `requestNo`.
+    bool insert(int requestNo, std::shared_ptr<PerfOperator> op);
+    bool notifyRequestDone(int requestNo) override;
+    bool exit() override;
+
+private:
+    bool _exit();
+
+    std::mutex mLock;
+    std::unordered_map<int, std::shared_ptr<PerfOperator>> mOperators;
+};
+
+}  // namespace NSCamPerfCtrl
+}  // namespace NSCamFeature
+}  // namespace NSCam
