@@ -1,0 +1,25 @@
+// The Android log on a device: liblog.
+
+#include "qvncam/platform/AndroidLog.h"
+
+#include <android/log.h>
+
+#include <cstdarg>
+
+namespace qvncam {
+namespace platform {
+
+static_assert(static_cast<int>(LOG_PRIO_DEBUG) == ANDROID_LOG_DEBUG &&
+                  static_cast<int>(LOG_PRIO_WARN) == ANDROID_LOG_WARN &&
+                  static_cast<int>(LOG_PRIO_ERROR) == ANDROID_LOG_ERROR,
+              "log priorities differ from liblog");
+
+void android_log_print(int prio, const char* tag, const char* fmt, ...) {
+    va_list ap;
+    va_start(ap, fmt);
+    __android_log_vprint(prio, tag, fmt, ap);
+    va_end(ap);
+}
+
+}  // namespace platform
+}  // namespace qvncam

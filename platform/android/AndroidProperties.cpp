@@ -1,0 +1,32 @@
+// System properties on a device: libcutils reads the property service.
+
+#include "qvncam/platform/Properties.h"
+
+#include <cutils/properties.h>
+
+namespace qvncam {
+namespace platform {
+
+static_assert(kPropertyValueMax == PROPERTY_VALUE_MAX,
+              "property buffer size differs from libcutils");
+
+int property_get(const char* key, char* value, const char* defaultValue) {
+    return ::property_get(key, value, defaultValue);
+}
+
+int32_t property_get_int32(const char* key, int32_t defaultValue) {
+    return ::property_get_int32(key, defaultValue);
+}
+
+bool property_get_bool(const char* key, bool defaultValue) {
+    return ::property_get_bool(key, defaultValue ? 1 : 0) != 0;
+}
+
+std::string property_get_string(const char* key, const char* defaultValue) {
+    char value[PROPERTY_VALUE_MAX] = {};
+    const int len = ::property_get(key, value, defaultValue);
+    return std::string(value, len > 0 ? static_cast<size_t>(len) : 0);
+}
+
+}  // namespace platform
+}  // namespace qvncam
