@@ -1,0 +1,118 @@
+#define LOG_TAG "Cam3PerfCtrl"
+
+#include "Cam3PerfCtrlImp.h"
+#include "CamLog.h"
+#include "PerfCtrlHelper.h"
+#include "PowerResourceIds.h"
+#include "qvncam/platform/Properties.h"
+
+namespace NSCam {
+namespace NSCamFeature {
+namespace NSCamPerfCtrl {
+
+using qvncam::platform::property_get_bool;
+using qvncam::platform::property_get_int32;
+
+std::shared_ptr<PerfOperatorHolder> Cam3PerfCtrlImp::enterPerfCtrl_EnterCamera(int timeoutMs) {
+    CAM_LOGD("enterPerfCtrl_EnterCamera");
+    miLogLevel.store(
+        property_get_int32("vendor.cam3perfctrl.log", PerfCtrlHelper::DEFAULT_LOG_LEVEL),
+        std::memory_order_relaxed);
+    const int enableJson = property_get_int32("vendor.cam3perfctrl.enablejson", 0);
+    mbEnableJson = enableJson != 0;
+    if (enableJson != 0) {
+        QvncamJSONData document;
+        const int r = mpJsonConvertor->getJsonData(QvncamJSONConvertor::TYPE_CAMERA_PERF, document);
+        mbEnableJson = r != 0;
+        if (miLogLevel.load(std::memory_order_relaxed) != 0) {
+            CAM_LOGD("Enable Json, start to parse Json, result=%d", r != 0 ? 1 : 0);
+        }
+        if (mbEnableJson && !__prepareJsonCmds(document, mJsonCmdSet)) {
+            mbEnableJson = false;
+        }
+    }
+
+    std::vector<int> cmds;
+    if (property_get_bool("vendor.cam3dev.dramcmd.enable", true)) {
+        cmds.insert(cmds.end(), {PERF_RES_DRAM_CM_MGR_CAM_ENABLE, 1});
+    }
+    if (property_get_bool("vendor.cam3dev.notify.zeltro", true)) {
+        cmds.insert(cmds.end(), {PERF_RES_FPS_ZELTRO_CAM, 1});
+    }
+    cmds.insert(cmds.end(), {PERF_RES_FPS_ZELTRO_ENABLE, 1});
+    cmds.insert(cmds.end(), {PERF_RES_GPU_FW_IDLE, 2});
+    PerfCtrlHelper::prepareEnterCameraPlatSettings(cmds);
+
+    auto holder = std::make_shared<PerfOperatorHolderImp>();
+
+    std::shared_ptr<PerfOperator> platformOp =
+        std::make_shared<PerfOperatorImp>(cmds, 0, "enterCamera");
+    if (!platformOp->isAlive()) {
+        CAM_LOGW("Failed to create PerfOperato during camera entering");
+    }
+    holder->push_back(platformOp);
+
+    std::unique_ptr<PerfOperator> boostOp =
+        runPerfBoost(EPERF_BOOST_DEFAULT, static_cast<unsigned int>(timeoutMs));
+    if (boostOp && !boostOp->isAlive()) {
+        CAM_LOGW("Failed to create boost during camera entering");
+    }
+    if (boostOp) {
+        holder->push_back(std::shared_ptr<PerfOperator>(std::move(boostOp)));
+    }
+
+    std::shared_ptr<PerfOperator> customOp = __enterCamCustom();
+    if (customOp) {
+        holder->push_back(customOp);
+        holder->setCustomHolder(customOp);
+    } else {
+        holder->setCustomHolder(platformOp);
+    }
+    return holder;
+}
+
+std::shared_ptr<PerfOperator> Cam3PerfCtrlImp::__enterCamCustom() {
+    CAM_LOGD("__enterCamCustom");
+    if (mfnEnterCamCPUCtrl == nullptr) {
+        CAM_LOGW("No custom PerfCtrl function(enterCam time).");
+        return nullptr;
+    }
+    std::unordered_map<std::string, int> outCmds;
+    outCmds.max_load_factor(1.0f);
+    CustomParams params;
+    unsigned int timeout = 0;
+
+    if (mJsonCmdSet.enterCamExist) {
+        CAM_LOGD("EnterCam config from json");
+        auto op = std::make_shared<PerfOperatorImp>(mJsonCmdSet.enterCamCmds, 0, "enterCam-json");
+        if (!op->isAlive()) {
+            CAM_LOGW("Failed to create PerfOperator during %s, outSize=%lu", "enterCam",
+                     static_cast<unsigned long>(mJsonCmdSet.enterCamCmds.size()));
+        }
+        return op;
+    }
+
+    if (!mfnEnterCamCPUCtrl(params, outCmds, timeout)) {
+        return nullptr;
+    }
+    size_t count = 0;
+    for (const auto& entry : outCmds) {
+        count += entry.second >= 0 ? 2 : 0;
+    }
+    std::vector<int> customCmds;
+    customCmds.reserve(count);
+    if (miLogLevel.load(std::memory_order_relaxed) != 0) {
+        CAM_LOGD("customizeCPUCtrl(enterCam) params:");
+    }
+    __processOutCmds(outCmds, customCmds);
+    auto op = std::make_shared<PerfOperatorImp>(customCmds, static_cast<int>(timeout), "enterCam");
+    if (!op->isAlive()) {
+        CAM_LOGW("Failed to create PerfOperator during %s, outSize=%lu", "enterCam",
+                 static_cast<unsigned long>(count));
+    }
+    return op;
+}
+
+}  // namespace NSCamPerfCtrl
+}  // namespace NSCamFeature
+}  // namespace NSCam

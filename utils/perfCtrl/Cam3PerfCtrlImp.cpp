@@ -1,0 +1,62 @@
+#define LOG_TAG "Cam3PerfCtrl"
+
+#include "Cam3PerfCtrlImp.h"
+
+#include <unistd.h>
+
+#include "CamLog.h"
+#include "NSCamProperties.h"
+#include "PerfCtrlHelper.h"
+#include "qvncam/platform/ProcessProfiles.h"
+#include "qvncam/platform/Properties.h"
+
+namespace NSCam {
+namespace NSCamFeature {
+namespace NSCamPerfCtrl {
+
+// Multi-camera zoom tuning, read once at library load. -255: DRAM operating point not set.
+int32_t g_multicam_zoom_dram_opp =
+    NSCam::Utils::Properties::property_get_int32("vendor.debug.multicam.zoom.dram.opp", -255);
+int32_t g_multicam_zoom_cpu0_freq =
+    NSCam::Utils::Properties::property_get_int32("vendor.debug.multicam.zoom.cpu0.freq", -1);
+int32_t g_multicam_zoom_cpu1_freq =
+    NSCam::Utils::Properties::property_get_int32("vendor.debug.multicam.zoom.cpu1.freq", -1);
+int32_t g_multicam_zoom_cpu2_freq =
+    NSCam::Utils::Properties::property_get_int32("vendor.debug.multicam.zoom.cpu2.freq", -1);
+
+Cam3PerfCtrl::~Cam3PerfCtrl() = default;
+
+Cam3PerfCtrl* Cam3PerfCtrl::getInstance() {
+    static Cam3PerfCtrlImp instance;
+    return &instance;
+}
+
+Cam3PerfCtrlImp::Cam3PerfCtrlImp() {
+    PerfCtrlHelper::loadCustomPerfFunctions(mfnEnterCamCPUCtrl, mfnConfigTimeCPUCtrl,
+                                            mfnRuntimeCPUCtrl, mfnQueryAppropriateCPU);
+    miLogLevel.store(qvncam::platform::property_get_int32("vendor.cam3perfctrl.log",
+                                                          PerfCtrlHelper::DEFAULT_LOG_LEVEL),
+                     std::memory_order_relaxed);
+    mpJsonConvertor.reset(QvncamJSONConvertor::createInstance());
+
+    if (qvncam::platform::SetProcessProfiles(getuid(), getpid(), {"ProcessCapacityNormal"})) {
+        CAM_LOGD("Apply process profile: ProcessCapacityNormal");
+    } else {
+        CAM_LOGW("Failed to apply process profile: ProcessCapacityNormal");
+    }
+}
+
+Cam3PerfCtrlImp::~Cam3PerfCtrlImp() {
+    // Configure-stream list, enter-camera list, then the convertor.
+    std::vector<int>().swap(mJsonCmdSet.configCamCmds);
+    std::vector<int>().swap(mJsonCmdSet.enterCamCmds);
+    mpJsonConvertor.reset();
+}
+
+bool Cam3PerfCtrlImp::checkCPUMask(int mask) {
+    return static_cast<unsigned int>(mask) - 1u < 255u;
+}
+
+}  // namespace NSCamPerfCtrl
+}  // namespace NSCamFeature
+}  // namespace NSCam

@@ -1,0 +1,99 @@
+#define LOG_TAG "Cam3PerfCtrl"
+
+#include "Cam3PerfCtrlImp.h"
+#include "CamLog.h"
+
+namespace NSCam {
+namespace NSCamFeature {
+namespace NSCamPerfCtrl {
+
+namespace {
+
+// Two ints for every entry with a value of 0 or more, whether or not its name is known.
+size_t countPairs(const std::unordered_map<std::string, int>& cmds) {
+    size_t count = 0;
+    for (const auto& entry : cmds) {
+        count += entry.second >= 0 ? 2 : 0;
+    }
+    return count;
+}
+
+// Lays overwrite commands on a held lock. The pipeline must pass the operator whenever its
+// customisation can ask for overwrites; a missing one is reported instead of dereferenced.
+void overwriteOn(PerfOperatorImp* op, const char* which, const std::vector<int>& cmds) {
+    if (op == nullptr) {
+        CAM_LOGE("No %s operator to overwrite", which);
+        return;
+    }
+    op->perform_extra(cmds);
+}
+
+}  // namespace
+
+std::shared_ptr<InflightOperatorHolderImp> Cam3PerfCtrlImp::enterPerfCtrl_InflightRequest(
+    const int& reqId, const NSCam::IMetadata* metadata, PerfCtrlSet set) {
+    const bool verbose = miLogLevel.load(std::memory_order_relaxed) != 0;
+    if (verbose) {
+        CAM_LOGD("enterPerfCtrl_InflightRequest id=%d", reqId);
+    }
+    if (mfnRuntimeCPUCtrl == nullptr) {
+        CAM_LOGW("No custom PerfCtrl function(inflight).");
+        return nullptr;
+    }
+    const CustomParams params{{"IS_CONFIG_TIME_KEY", "0"}};
+    std::unordered_map<std::string, int> outCmds;
+    unsigned int timeoutMs = 0;
+    OverwriteCPUControls overwrite;
+    if (!mfnRuntimeCPUCtrl(metadata, params, outCmds, timeoutMs, overwrite)) {
+        return nullptr;
+    }
+
+    // The counts, not the lists built below, decide what happens next.
+    const size_t requestCount = countPairs(outCmds);
+    const size_t enterCount = countPairs(overwrite.enterCamCmds);
+    const size_t configCount = countPairs(overwrite.configCamCmds);
+    std::vector<int> requestList;
+    std::vector<int> enterList;
+    std::vector<int> configList;
+    requestList.reserve(requestCount);
+    enterList.reserve(enterCount);
+    configList.reserve(configCount);
+
+    if (verbose) {
+        CAM_LOGD("enterPerfCtrl_InflightRequest reqID=%d params:", reqId);
+    }
+    __processOutCmds(outCmds, requestList);
+
+    if (enterCount != 0) {
+        if (verbose) {
+            CAM_LOGD("overwrite EnterCam params:");
+        }
+        __processOutCmds(overwrite.enterCamCmds, enterList);
+        overwriteOn(set.enterCamOperator.get(), "EnterCam", enterList);
+    }
+    if (configCount != 0) {
+        if (verbose) {
+            CAM_LOGD("overwrite ConfigCam params:");
+        }
+        __processOutCmds(overwrite.configCamCmds, configList);
+        overwriteOn(set.configCamOperator.get(), "ConfigCam", configList);
+    }
+
+    std::shared_ptr<InflightOperatorHolderImp> holder =
+        set.inflightHolder ? set.inflightHolder : std::make_shared<InflightOperatorHolderImp>();
+
+    if (requestCount != 0) {
+        std::unique_ptr<PerfOperatorImp> op(
+            new PerfOperatorImp(requestList, static_cast<int>(timeoutMs), "inflightReq"));
+        if (!op->isAlive()) {
+            CAM_LOGW("Failed to create PerfOperator during %s, outSize=%lu", "inflight request",
+                     static_cast<unsigned long>(requestCount));
+        }
+        holder->insert(reqId, std::shared_ptr<PerfOperator>(std::move(op)));
+    }
+    return holder;
+}
+
+}  // namespace NSCamPerfCtrl
+}  // namespace NSCamFeature
+}  // namespace NSCam

@@ -1,0 +1,61 @@
+#include "Cam3PerfCtrl.h"
+#include "NSCamProperties.h"
+#include "PerfCtrlHelper.h"
+#include "PowerResourceIds.h"
+
+namespace NSCam {
+namespace NSCamFeature {
+namespace NSCamPerfCtrl {
+
+namespace {
+
+using NSCam::Utils::Properties::property_get_int32;
+
+// Capture-pipeline boost floors; cluster 1 is deliberately far below the others.
+int32_t cpuFreqCluster0 =
+    property_get_int32("vendor.debug.camera.capturePpl.boost.cpu.freq.cluster0", 2000000);
+int32_t cpuFreqCluster1 =
+    property_get_int32("vendor.debug.camera.capturePpl.boost.cpu.freq.cluster1", 500000);
+int32_t cpuFreqCluster2 =
+    property_get_int32("vendor.debug.camera.capturePpl.boost.cpu.freq.cluster2", 1800000);
+
+}  // namespace
+
+// clang-format off
+const std::unordered_map<int, std::vector<int>> PerfCtrlHelper::BoostComdTable = {
+        {EPERF_BOOST_DEFAULT,
+         {
+                 PERF_RES_CPUFREQ_PERF_MODE, 1,
+                 PERF_RES_DRAM_OPP_MIN, 0,
+                 PERF_RES_CPUFREQ_MIN_CLUSTER_0, 4000000,
+                 PERF_RES_CPUFREQ_MIN_CLUSTER_1, 4000000,
+                 PERF_RES_CPUFREQ_MIN_CLUSTER_2, 4000000,
+                 PERF_RES_FPS_FBT_BHR_OPP, 31,
+                 PERF_RES_SCHED_PREFER_IDLE_TA, 1,
+                 PERF_RES_SCHED_PREFER_IDLE_FG, 1,
+         }},
+        {EPERF_BOOST_CAPTURE_PIPELINE,
+         {
+                 PERF_RES_CPUFREQ_MIN_CLUSTER_0, cpuFreqCluster0,
+                 PERF_RES_CPUFREQ_MIN_CLUSTER_1, cpuFreqCluster1,
+                 PERF_RES_CPUFREQ_MIN_CLUSTER_2, cpuFreqCluster2,
+                 PERF_RES_SCHED_PREFER_IDLE_TA, 1,
+                 PERF_RES_SCHED_PREFER_IDLE_FG, 1,
+         }},
+        {EPERF_BOOST_MULTICAM_ZOOM,
+         {
+                 PERF_RES_CPUFREQ_MIN_CLUSTER_0, 1000000,
+                 PERF_RES_CPUFREQ_MIN_CLUSTER_1, 1500000,
+         }},
+        {EPERF_BOOST_LIGHT,
+         {
+                 PERF_RES_CPUFREQ_MIN_CLUSTER_0, 1400000,
+                 PERF_RES_CPUFREQ_MIN_CLUSTER_1, 1000000,
+                 PERF_RES_CPUFREQ_MIN_CLUSTER_2, 1000000,
+         }},
+};
+// clang-format on
+
+}  // namespace NSCamPerfCtrl
+}  // namespace NSCamFeature
+}  // namespace NSCam

@@ -1,0 +1,169 @@
+#define LOG_TAG "Cam3PerfCtrl"
+
+#include <chrono>
+#include <cstdio>
+#include <thread>
+#include <utility>
+
+#include "CamLog.h"
+#include "PerfCtrlHelper.h"
+#include "PerfOperatorImp.h"
+#include "qvncam/platform/Properties.h"
+#include "qvncam/platform/Trace.h"
+
+namespace NSCam {
+namespace NSCamFeature {
+namespace NSCamPerfCtrl {
+
+std::atomic<PerfOperatorImp::LockAcqFn> PerfOperatorImp::mfnLockAcq{nullptr};
+std::atomic<PerfOperatorImp::LockRelFn> PerfOperatorImp::mfnLockRel{nullptr};
+std::atomic<int> PerfOperatorImp::miGID{0};
+
+PerfOperator::~PerfOperator() = default;
+
+namespace {
+
+using Micros = std::chrono::microseconds;
+
+PerfOperatorImp::LockAcqFn lockAcq() {
+    return PerfOperatorImp::mfnLockAcq.load(std::memory_order_relaxed);
+}
+PerfOperatorImp::LockRelFn lockRel() {
+    return PerfOperatorImp::mfnLockRel.load(std::memory_order_relaxed);
+}
+
+}  // namespace
+
+PerfOperatorImp::PerfOperatorImp(std::vector<int> cmds, int timeout, const char* user) {
+    bool loaded = true;
+    if (lockAcq() == nullptr || lockRel() == nullptr) {
+        LockAcqFn acq = lockAcq();
+        LockRelFn rel = lockRel();
+        loaded = PerfCtrlHelper::loadPowerHalAPI(acq, rel);
+        if (loaded) {
+            mfnLockAcq.store(acq, std::memory_order_relaxed);
+            mfnLockRel.store(rel, std::memory_order_relaxed);
+        }
+    }
+    mStartTime = std::chrono::time_point_cast<Micros>(std::chrono::system_clock::now());
+    mTimeout = timeout;
+    if (!loaded) {
+        CAM_LOGE("Load PowerHal API Failed!");
+    } else {
+        mHandle = lockAcq()(0, timeout, cmds.data(), static_cast<int>(cmds.size()));
+    }
+
+    mLogLevel = qvncam::platform::property_get_int32("vendor.cam3perfctrl.log",
+                                                     PerfCtrlHelper::DEFAULT_LOG_LEVEL);
+    mUserName = std::string("Cam3PerfCtrl:") + (user != nullptr ? user : "_null_user_name_");
+
+    if (mHandle == 0) {
+        CAM_LOGE("Failed to allocate handle!");
+    }
+
+    if (mLogLevel >= 1) {
+        mCookie = miGID.fetch_add(1, std::memory_order_relaxed);
+        if (qvncam::platform::atrace_camera_enabled()) {
+            qvncam::platform::atrace_async_begin(mUserName.c_str(), mCookie);
+        }
+        if (mTimeout != 0) {
+            std::thread(traceTimeoutCb, mCookie, mTimeout, mUserName).detach();
+        }
+        CAM_LOGD("mHandle=%d", mHandle);
+        printCmds(cmds);
+    }
+}
+
+PerfOperatorImp::~PerfOperatorImp() {
+    _exit();
+}
+
+void PerfOperatorImp::traceTimeoutCb(int cookie, int timeout, std::string user) {
+    CAM_LOGD("traceTimeoutCb(%d) wait %d ms, userStr=%s", cookie, timeout, user.c_str());
+    if (timeout > 0) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(timeout));
+    }
+    CAM_LOGD("traceTimeoutCb(%d) time's up", cookie);
+    if (qvncam::platform::atrace_camera_enabled()) {
+        qvncam::platform::atrace_async_end(user.c_str(), cookie);
+    }
+}
+
+bool PerfOperatorImp::exit() {
+    return _exit();
+}
+
+bool PerfOperatorImp::_exit() {
+    if (mHandle < 1 || mIsDetached) {
+        return true;
+    }
+    if (mLogLevel >= 1 && qvncam::platform::atrace_camera_enabled()) {
+        qvncam::platform::atrace_async_end(mUserName.c_str(), mCookie);
+    }
+    if (LockRelFn rel = lockRel()) {
+        rel(mHandle);
+    }
+    mHandle = -1;
+    mTimeout = -1;
+    return true;
+}
+
+bool PerfOperatorImp::isAlive() {
+    if (mHandle < 1) {
+        return false;
+    }
+    if (mTimeout == 0) {
+        return true;
+    }
+    const auto now = std::chrono::time_point_cast<Micros>(std::chrono::system_clock::now());
+    const long long elapsedMs = (now - mStartTime).count() / 1000;
+    return mTimeout > elapsedMs;
+}
+
+bool PerfOperatorImp::detach() {
+    if (mHandle >= 1 && mTimeout != 0) {
+        mIsDetached = true;
+        return true;
+    }
+    return false;
+}
+
+int PerfOperatorImp::getTimeoutInMilli() {
+    return mTimeout;
+}
+
+bool PerfOperatorImp::perform_extra(std::vector<int> cmds) {
+    if (mLogLevel != 0) {
+        CAM_LOGD("perform_extra mHandle=%d", mHandle);
+        printCmds(cmds);
+    }
+    LockAcqFn acq = lockAcq();
+    if (acq == nullptr) {
+        CAM_LOGE("LockAcq is nullptr!");
+        return false;
+    }
+    mHandle = acq(mHandle, mTimeout, cmds.data(), static_cast<int>(cmds.size()));
+    if (mHandle != 0) {
+        return true;
+    }
+    CAM_LOGE("Failed to allocate handle!");
+    return false;
+}
+
+void PerfOperatorImp::printCmds(std::vector<int>& cmds) {
+    if (mLogLevel == 0 || cmds.empty()) {
+        return;
+    }
+    const auto& names = PerfCtrlHelper::PowerEnumToStringMap;
+    for (size_t i = 0; i < cmds.size(); i += 2) {
+        const auto it = names.find(cmds[i]);
+        const char* name = it != names.end() ? it->second.c_str() : "null";
+        // An odd-length list has no value for its last id; show 0 rather than read past it.
+        const int value = i + 1 < cmds.size() ? cmds[i + 1] : 0;
+        CAM_LOGD("cookie=%d key=%s value=%d", mCookie, name, value);
+    }
+}
+
+}  // namespace NSCamPerfCtrl
+}  // namespace NSCamFeature
+}  // namespace NSCam
