@@ -1,0 +1,68 @@
+#!/usr/bin/env bash
+# Checks what libqvncam_perfctrl.so shows the dynamic linker: the public surface is
+# exported, nothing of the platform seam or the controller's internals is, and the
+# loadable libraries stay replaceable through LD_LIBRARY_PATH (no DT_RPATH, no
+# link-time dependency on them).
+#   check-exports.sh LIB.so
+set -euo pipefail
+
+lib=$1
+nm=${NM:-nm}
+readelf=${READELF:-readelf}
+fail=0
+problem() {
+    echo "FAIL: $*"
+    fail=1
+}
+
+# Demangled names of the defined dynamic symbols, with thunk/vtable/typeinfo
+# prefixes removed so that each line names the entity itself.
+all=$("$nm" -D --defined-only -C "$lib" | sed -E 's/^[0-9a-fA-F]* +[A-Za-z] +//')
+entities=$(sed -E 's/^(vtable for |typeinfo for |typeinfo name for |VTT for |construction vtable for |guard variable for |(non-)?virtual thunk to )+//' <<<"$all")
+
+# Internals that must never be exported, wherever they appear in a name.
+internal='qvncam::platform::|qvncam::host::|NSCam::Utils::|ULogger|QvncamJSON|C2PSMachine|C2PSInitParams|Cam3PerfCtrlImp|PerfCtrlHelper::load|PerfCtrlHelper::prepare|^(property_get|__android_log_|atrace_|SetProcessProfiles|perf_lock_)'
+if leaked=$(grep -E "$internal" <<<"$entities"); then
+    problem "internal symbols exported:"
+    sed 's/^/    /' <<<"$leaked"
+fi
+
+# Everything else must belong to the public surface, the C++ runtime's template
+# instantiations (weak, default visibility in libstdc++) or the linker.
+ns='NSCam::NSCamFeature::NSCamPerfCtrl::'
+classes='Cam3PerfCtrl|PerfOperator|PerfOperatorImp|PerfOperatorHolder|PerfOperatorHolderImp|InflightOperatorHolder|InflightOperatorHolderImp'
+tables='PowerEnumToStringMap|StringToPowerEnumMap|AvailablePowerHalCmds|BoostComdTable'
+public="^${ns}(${classes})(::|$)|^${ns}PerfCtrlHelper::(${tables})$|^qvncam_perfctrl_(set|query)_affinity$"
+runtime='^([^(]* )?(std|__gnu_cxx)::|^(_init|_fini|_edata|_end|__bss_start)$'
+if unexpected=$(grep -Ev "$public|$runtime" <<<"$entities"); then
+    problem "symbols outside the public surface exported:"
+    sed 's/^/    /' <<<"$unexpected"
+fi
+
+required=(
+    "${ns}Cam3PerfCtrl::getInstance()"
+    "${ns}PerfCtrlHelper::PowerEnumToStringMap"
+    "${ns}PerfCtrlHelper::StringToPowerEnumMap"
+    "${ns}PerfCtrlHelper::AvailablePowerHalCmds"
+    "${ns}PerfCtrlHelper::BoostComdTable"
+    qvncam_perfctrl_set_affinity
+    qvncam_perfctrl_query_affinity
+)
+for c in ${classes//|/ }; do
+    required+=("vtable for ${ns}${c}" "typeinfo for ${ns}${c}")
+done
+for s in "${required[@]}"; do
+    grep -qxF "$s" <<<"$all" || problem "not exported: $s"
+done
+
+dynamic=$("$readelf" -d "$lib")
+grep -q '(RPATH)' <<<"$dynamic" && problem "DT_RPATH set (LD_LIBRARY_PATH must win):" \
+    "$(grep '(RPATH)' <<<"$dynamic")"
+for dl in libqvnperf_client_vendor.so libcameracustom.so; do
+    grep -q "(NEEDED).*\[$dl" <<<"$dynamic" && problem "linked against $dl (it must be dlopened)"
+done
+
+if ((fail)); then
+    exit 1
+fi
+echo "ok: $(wc -l <<<"$all") exported symbols, public surface present, no internals, no DT_RPATH"
