@@ -15,9 +15,9 @@ problem() {
     fail=1
 }
 
-# Demangled names of the defined dynamic symbols, with thunk/vtable/typeinfo
-# prefixes removed so that each line names the entity itself.
-all=$("$nm" -D --defined-only -C "$lib" | sed -E 's/^[0-9a-fA-F]* +[A-Za-z] +//')
+# Demangled names of the defined dynamic symbols without ABI tags, and the same
+# with thunk/vtable/typeinfo prefixes removed so that each line names the entity.
+all=$("$nm" -D --defined-only -C "$lib" | sed -E 's/^[0-9a-fA-F]* +[A-Za-z] +//; s/\[abi:[^]]*\]//g')
 entities=$(sed -E 's/^(vtable for |typeinfo for |typeinfo name for |VTT for |construction vtable for |guard variable for |(non-)?virtual thunk to )+//' <<<"$all")
 
 # Internals that must never be exported, wherever they appear in a name.
