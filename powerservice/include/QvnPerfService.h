@@ -102,7 +102,8 @@ typedef struct QvnPerfEvent {
     int kind;           /* QvnPerfEventKind */
     int flags;          /* QVNPERF_EVF_* */
     int handle;         /* the lock; for REFUSED and BAD_RELEASE the handle passed in */
-    int duration_ms;    /* GRANTED/REISSUED/REFUSED: the argument; RELEASED/EXPIRED: the lock's */
+    int duration_ms;    /* GRANTED/REISSUED/REFUSED: the argument; RELEASED/EXPIRED: the
+                           lock's (0 for a release after expiry) */
     int64_t time_us;    /* monotonic */
     int num_args;       /* REFUSED: numArgs as passed; otherwise 2 * num_pairs */
     const char* reason; /* REFUSED and BAD_RELEASE: why (static string); else NULL */

@@ -308,7 +308,7 @@ TEST_F(PowerService, LeaksAreReportedAtProcessExit) {
     struct Case {
         const char* mode;
         int lines;
-    } cases[] = {{"leak", 1}, {"clean", 0}, {"quiet", 0}};
+    } cases[] = {{"leak", 1}, {"released", 0}, {"released-at-exit", 0}, {"quiet", 0}};
     for (const Case& c : cases) {
         const std::string cmd = std::string(QVNPERF_LEAK_CHILD) + " " + c.mode + " 2>&1";
         FILE* p = popen(cmd.c_str(), "r");
