@@ -1,0 +1,313 @@
+// System properties on a Linux host: the file named by QVNCAM_PROPERTIES, one
+// name=value per line, plus in-process overrides set by tests.
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <time.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <map>
+#include <mutex>
+#include <shared_mutex>
+#include <string>
+#include <string_view>
+
+#include "qvncam/platform/HostControl.h"
+#include "qvncam/platform/Properties.h"
+
+namespace qvncam {
+namespace platform {
+namespace {
+
+// Looks names up as string_views without building a std::string.
+struct NameLess {
+    using is_transparent = void;
+    bool operator()(std::string_view a, std::string_view b) const {
+        size_t n = a.size() < b.size() ? a.size() : b.size();
+        int r = n > 0 ? std::memcmp(a.data(), b.data(), n) : 0;
+        return r != 0 ? r < 0 : a.size() < b.size();
+    }
+};
+
+using ValueMap = std::map<std::string, std::string, NameLess>;
+
+// A larger file is treated as unreadable rather than loaded.
+constexpr off_t kMaxPropertyFileSize = 16 * 1024 * 1024;
+
+bool isBlank(char c) {
+    return c == ' ' || c == '\t' || c == '\r' || c == '\v' || c == '\f';
+}
+
+std::string_view trim(std::string_view s) {
+    while (!s.empty() && isBlank(s.front()))
+        s.remove_prefix(1);
+    while (!s.empty() && isBlank(s.back()))
+        s.remove_suffix(1);
+    return s;
+}
+
+void parseFile(std::string_view text, ValueMap& out) {
+    while (!text.empty()) {
+        size_t eol = text.find('\n');
+        std::string_view line = trim(text.substr(0, eol));
+        text.remove_prefix(eol == std::string_view::npos ? text.size() : eol + 1);
+        if (line.empty() || line.front() == '#')
+            continue;
+        size_t eq = line.find('=');
+        if (eq == std::string_view::npos)
+            continue;
+        std::string_view name = trim(line.substr(0, eq));
+        if (name.empty())
+            continue;
+        out.insert_or_assign(std::string(name), std::string(trim(line.substr(eq + 1))));
+    }
+}
+
+bool readRegularFile(const char* path, struct stat& st, std::string& out) {
+    int fd = ::open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    if (fd < 0)
+        return false;
+    bool ok = ::fstat(fd, &st) == 0 && S_ISREG(st.st_mode) && st.st_size <= kMaxPropertyFileSize;
+    if (ok) {
+        out.resize(static_cast<size_t>(st.st_size));
+        size_t got = 0;
+        while (got < out.size()) {
+            ssize_t n = ::read(fd, &out[got], out.size() - got);
+            if (n < 0 && errno == EINTR)
+                continue;
+            if (n <= 0)
+                break;
+            got += static_cast<size_t>(n);
+        }
+        out.resize(got);
+    }
+    ::close(fd);
+    return ok;
+}
+
+bool sameTime(const timespec& a, const timespec& b) {
+    return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
+}
+
+bool earlier(const timespec& a, const timespec& b) {
+    return a.tv_sec < b.tv_sec || (a.tv_sec == b.tv_sec && a.tv_nsec < b.tv_nsec);
+}
+
+// The parsed file, keyed on its path and identity. File times advance in clock ticks,
+// so an edit in the same tick as the last parse could keep size and mtime: such a
+// snapshot is not trusted (the file is parsed again) until the clock has moved on.
+struct Snapshot {
+    bool loaded = false;
+    bool settled = false;
+    std::string path;
+    dev_t dev = 0;
+    ino_t ino = 0;
+    off_t size = 0;
+    timespec mtime{};
+    timespec ctime{};  // catches edits that put the old mtime back
+    ValueMap values;
+
+    bool matches(const char* p, const struct stat& st) const {
+        return loaded && settled && path == p && dev == st.st_dev && ino == st.st_ino &&
+               size == st.st_size && sameTime(mtime, st.st_mtim) && sameTime(ctime, st.st_ctim);
+    }
+
+    void load(const char* p) {
+        timespec before{};
+        ::clock_gettime(CLOCK_REALTIME_COARSE, &before);
+        values.clear();
+        loaded = false;
+        struct stat st {};
+        std::string text;
+        if (!readRegularFile(p, st, text))
+            return;
+        parseFile(text, values);
+        loaded = true;
+        path = p;
+        dev = st.st_dev;
+        ino = st.st_ino;
+        size = st.st_size;
+        mtime = st.st_mtim;
+        ctime = st.st_ctim;
+        // File systems that keep whole seconds get a two-second margin.
+        timespec limit = before;
+        if (mtime.tv_nsec == 0 || ctime.tv_nsec == 0)
+            limit.tv_sec -= 2;
+        settled = earlier(mtime, limit) && earlier(ctime, limit);
+    }
+};
+
+struct Store {
+    std::shared_mutex mutex;
+    Snapshot file;
+    ValueMap overrides;
+};
+
+// Never destroyed: properties are read from destructors at process exit.
+Store& store() {
+    static Store* const s = new Store;
+    return *s;
+}
+
+const char* propertyFilePath() {
+    const char* path = ::getenv("QVNCAM_PROPERTIES");
+    return path != nullptr && path[0] != '\0' ? path : nullptr;
+}
+
+const std::string* findLocked(const Store& s, std::string_view key) {
+    auto o = s.overrides.find(key);
+    if (o != s.overrides.end())
+        return &o->second;
+    if (!s.file.loaded)
+        return nullptr;
+    auto f = s.file.values.find(key);
+    return f != s.file.values.end() ? &f->second : nullptr;
+}
+
+// Calls fn(value) under the lock when `key` is set; returns whether it was.
+template <typename Fn>
+bool withValue(const char* key, Fn&& fn) {
+    if (key == nullptr)
+        return false;
+    Store& s = store();
+    const char* path = propertyFilePath();
+    struct stat st {};
+    bool present = path != nullptr && ::stat(path, &st) == 0;
+    {
+        std::shared_lock<std::shared_mutex> lock(s.mutex);
+        if (present ? s.file.matches(path, st) : !s.file.loaded) {
+            const std::string* v = findLocked(s, key);
+            if (v != nullptr)
+                fn(*v);
+            return v != nullptr;
+        }
+    }
+    std::unique_lock<std::shared_mutex> lock(s.mutex);
+    if (!present) {
+        s.file.loaded = false;
+        s.file.values.clear();
+    } else if (!s.file.matches(path, st)) {
+        s.file.load(path);
+    }
+    const std::string* v = findLocked(s, key);
+    if (v != nullptr)
+        fn(*v);
+    return v != nullptr;
+}
+
+// Whole value, base from its prefix (0x hex, leading 0 octal, else decimal), optional sign.
+bool parseInt32(std::string_view s, int32_t* out) {
+    bool negative = false;
+    if (!s.empty() && (s.front() == '+' || s.front() == '-')) {
+        negative = s.front() == '-';
+        s.remove_prefix(1);
+    }
+    unsigned base = 10;
+    if (s.size() >= 2 && s[0] == '0' && (s[1] == 'x' || s[1] == 'X')) {
+        base = 16;
+        s.remove_prefix(2);
+    } else if (!s.empty() && s[0] == '0') {
+        base = 8;
+    }
+    if (s.empty())
+        return false;
+    const uint64_t limit = negative ? 0x80000000ull : 0x7fffffffull;
+    uint64_t magnitude = 0;
+    for (char c : s) {
+        unsigned digit;
+        if (c >= '0' && c <= '9') {
+            digit = static_cast<unsigned>(c - '0');
+        } else if (c >= 'a' && c <= 'f') {
+            digit = static_cast<unsigned>(c - 'a' + 10);
+        } else if (c >= 'A' && c <= 'F') {
+            digit = static_cast<unsigned>(c - 'A' + 10);
+        } else {
+            return false;
+        }
+        if (digit >= base)
+            return false;
+        magnitude = magnitude * base + digit;
+        if (magnitude > limit)
+            return false;
+    }
+    *out = negative ? static_cast<int32_t>(-static_cast<int64_t>(magnitude))
+                    : static_cast<int32_t>(magnitude);
+    return true;
+}
+
+}  // namespace
+
+int property_get(const char* key, char* value, const char* defaultValue) {
+    size_t len = 0;
+    bool set = withValue(key, [&](const std::string& v) {
+        len = v.size() < kPropertyValueMax - 1 ? v.size() : kPropertyValueMax - 1;
+        std::memcpy(value, v.data(), len);
+    });
+    // As libcutils: an empty value reads as unset.
+    if (!set || len == 0) {
+        len = defaultValue != nullptr ? ::strnlen(defaultValue, kPropertyValueMax - 1) : 0;
+        if (len > 0)
+            std::memcpy(value, defaultValue, len);
+    }
+    value[len] = '\0';
+    return static_cast<int>(len);
+}
+
+int32_t property_get_int32(const char* key, int32_t defaultValue) {
+    int32_t result = defaultValue;
+    withValue(key, [&](const std::string& v) {
+        int32_t parsed;
+        if (parseInt32(v, &parsed))
+            result = parsed;
+    });
+    return result;
+}
+
+bool property_get_bool(const char* key, bool defaultValue) {
+    bool result = defaultValue;
+    withValue(key, [&](const std::string& v) {
+        if (v == "1" || v == "y" || v == "yes" || v == "on" || v == "true") {
+            result = true;
+        } else if (v == "0" || v == "n" || v == "no" || v == "off" || v == "false") {
+            result = false;
+        }
+    });
+    return result;
+}
+
+std::string property_get_string(const char* key, const char* defaultValue) {
+    char value[kPropertyValueMax];
+    int len = property_get(key, value, defaultValue);
+    return std::string(value, static_cast<size_t>(len));
+}
+
+}  // namespace platform
+
+namespace host {
+
+void setProperty(const std::string& name, const std::string& value) {
+    auto& s = platform::store();
+    std::unique_lock<std::shared_mutex> lock(s.mutex);
+    s.overrides.insert_or_assign(name, value);
+}
+
+void clearProperty(const std::string& name) {
+    auto& s = platform::store();
+    std::unique_lock<std::shared_mutex> lock(s.mutex);
+    auto it = s.overrides.find(name);
+    if (it != s.overrides.end())
+        s.overrides.erase(it);
+}
+
+void clearAllProperties() {
+    auto& s = platform::store();
+    std::unique_lock<std::shared_mutex> lock(s.mutex);
+    s.overrides.clear();
+}
+
+}  // namespace host
+}  // namespace qvncam
