@@ -1,0 +1,134 @@
+// The unified logger: its three settings come from properties at first use, and its
+// lines go to the file named by QVNCAM_ULOG_FILE (dropped without it).
+
+#include "ULogger.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "qvncam/platform/HostControl.h"
+#include "qvncam/platform/Properties.h"
+
+namespace NSCam {
+namespace Utils {
+namespace ULog {
+namespace {
+
+constexpr int kDefaultDetail = 2;
+constexpr uint32_t kDefaultMask = 0;
+constexpr uint32_t kDefaultMode = 1;
+
+// Read on every log statement, also during static destruction: plain atomics with
+// constant initialisation, holding the defaults until the properties are read.
+std::atomic<bool> gLoaded{false};
+std::atomic<int> gDetail{kDefaultDetail};
+std::atomic<uint32_t> gMask{kDefaultMask};
+std::atomic<uint32_t> gMode{kDefaultMode};
+
+// Bit words: accept the whole unsigned 32-bit range as well as negative int32 values.
+uint32_t readWord(const char* name, uint32_t defaultValue) {
+    char value[qvncam::platform::kPropertyValueMax];
+    if (qvncam::platform::property_get(name, value, "") == 0)
+        return defaultValue;
+    errno = 0;
+    char* end = nullptr;
+    long long parsed = std::strtoll(value, &end, 0);
+    if (errno != 0 || end == value || *end != '\0' || parsed < INT32_MIN ||
+        parsed > static_cast<long long>(UINT32_MAX)) {
+        return defaultValue;
+    }
+    return static_cast<uint32_t>(parsed);
+}
+
+void ensureLoaded() {
+    if (!gLoaded.load(std::memory_order_acquire))
+        ULogger::reload();
+}
+
+char levelLetter(int level) {
+    if (level <= 1)
+        return 'E';
+    if (level == 2)
+        return 'W';
+    if (level < 5)
+        return 'I';
+    return level == 5 ? 'D' : 'V';
+}
+
+}  // namespace
+
+int ULogger::getDetailLogLevel() {
+    ensureLoaded();
+    return gDetail.load(std::memory_order_relaxed);
+}
+
+uint32_t ULogger::getNormalDetailsMask() {
+    ensureLoaded();
+    return gMask.load(std::memory_order_relaxed);
+}
+
+uint32_t ULogger::getModeWord() {
+    ensureLoaded();
+    return gMode.load(std::memory_order_relaxed);
+}
+
+void ULogger::reload() {
+    const int savedErrno = errno;
+    gDetail.store(
+        qvncam::platform::property_get_int32("vendor.debug.qvncam.ulog.detail", kDefaultDetail),
+        std::memory_order_relaxed);
+    gMask.store(readWord("vendor.debug.qvncam.ulog.mask", kDefaultMask), std::memory_order_relaxed);
+    gMode.store(readWord("vendor.debug.qvncam.ulog.mode", kDefaultMode), std::memory_order_relaxed);
+    gLoaded.store(true, std::memory_order_release);
+    errno = savedErrno;
+}
+
+void ULogger::log(uint32_t module, const char* tag, int level, const char* message) {
+    const char* path = std::getenv("QVNCAM_ULOG_FILE");
+    if (path == nullptr || path[0] == '\0')
+        return;
+    const int savedErrno = errno;
+    if (message == nullptr)
+        message = "";
+    size_t len = std::strlen(message);
+    while (len > 0 && message[len - 1] == '\n')
+        --len;
+    char line[1200];
+    int n = std::snprintf(line, sizeof(line), "0x%x %c/%s: %.*s\n", module, levelLetter(level),
+                          tag != nullptr ? tag : "", static_cast<int>(len), message);
+    if (n > 0) {
+        size_t size =
+            static_cast<size_t>(n) < sizeof(line) ? static_cast<size_t>(n) : sizeof(line) - 1;
+        // A line cut short still ends with its newline.
+        line[size - 1] = '\n';
+        int fd = ::open(path, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0644);
+        if (fd >= 0) {
+            ssize_t written;
+            do {
+                written = ::write(fd, line, size);
+            } while (written < 0 && errno == EINTR);
+            ::close(fd);
+        }
+    }
+    errno = savedErrno;
+}
+
+}  // namespace ULog
+}  // namespace Utils
+}  // namespace NSCam
+
+namespace qvncam {
+namespace host {
+
+void reloadULogger() {
+    NSCam::Utils::ULog::ULogger::reload();
+}
+
+}  // namespace host
+}  // namespace qvncam
