@@ -23,15 +23,19 @@ public:
     const QvncamJSONData* end() const { return mMembers.data() + mMembers.size(); }
     // The member name of an object member element.
     std::string key() const { return mKey; }
-    // An integral number that fits in 32 bits converts as it is; anything else
-    // converts to 0 with a warning naming the member.
+    // An integral number that fits in 32 bits converts as it is (a real without
+    // fraction, such as 3.0, counts); anything else (a fraction, a value out of
+    // range, a string, bool, null, array or object) converts to 0 with a warning
+    // under the tag "QvncamJSONConvertor" naming the member.
     operator int() const;
 
     Type type() const { return mType; }
     // Elements of an array, members of an object.
     const std::vector<QvncamJSONData>& children() const { return mMembers; }
 
-    // Builds a document from JSON text; false (and the document left null) on a parse error.
+    // Builds a document from JSON text; false (and the document left null) on a parse
+    // error or when arrays and objects nest more than 100 deep. Members come in the
+    // JSON library's order (sorted by name); of duplicate names the last one stays.
     bool parse(const std::string& text, std::string* error = nullptr);
 
 private:
@@ -51,8 +55,11 @@ public:
     // Configuration type of the camera performance settings.
     static constexpr int TYPE_CAMERA_PERF = 3;
 
+    // The caller owns the convertor.
     static QvncamJSONConvertor* createInstance();
     virtual ~QvncamJSONConvertor();
-    // Loads the configuration of `type` into `out`; non-zero on success.
+    // Loads the configuration of `type` into `out`; non-zero on success. On failure
+    // (unknown type, a file that is missing, unreadable, over 16 MiB or malformed)
+    // returns 0, logs one warning and leaves `out` as it was.
     virtual int getJsonData(int type, QvncamJSONData& out) = 0;
 };
