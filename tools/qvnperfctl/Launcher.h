@@ -1,0 +1,26 @@
+#pragma once
+
+// The controller reads some properties when its library is loaded and finds its
+// customisation library by the bare name "libcameracustom.so". So the simulation runs
+// in a fresh copy of this program, started with a properties file and a library search
+// path made for the session.
+
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace qvnperfctl {
+
+struct LaunchPlan {
+    std::vector<std::pair<std::string, std::string>> properties;
+    std::string customLibrary;  // empty: none
+};
+
+// True in the copy started by relaunch().
+bool isRelaunched();
+
+// Runs this program again with `args` in a new process prepared by `plan`, waits for
+// it and returns its exit status; kExitUsage with a message on stderr when it cannot.
+int relaunch(const std::vector<std::string>& args, const LaunchPlan& plan);
+
+}  // namespace qvnperfctl

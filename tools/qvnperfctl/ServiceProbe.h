@@ -1,0 +1,35 @@
+#pragma once
+
+// Reads the host power service's inspection API into timeline records.
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+#include "Timeline.h"
+
+namespace qvnperfctl {
+
+class ServiceProbe {
+  public:
+    // Times are reported relative to this moment; events before it are skipped.
+    ServiceProbe();
+
+    int64_t nowUs() const;
+    // Events since the last call, oldest first.
+    std::vector<LockEvent> takeEvents();
+    std::vector<ResourceValue> effective() const;
+    ServiceCounters counters() const;
+    std::vector<LockSummary> liveLocks() const;
+    std::vector<LockSummary> leaks() const;
+    // When the next timed lock runs out, if any.
+    std::optional<int64_t> nextExpiryUs() const;
+    // Events pushed out of the service's log since the start (the timeline misses them).
+    uint64_t eventsDropped() const;
+
+  private:
+    int64_t mOriginUs;
+    uint64_t mCursor = 0;
+};
+
+}  // namespace qvnperfctl

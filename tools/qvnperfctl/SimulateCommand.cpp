@@ -1,0 +1,256 @@
+// qvnperfctl simulate: plays a session script through the controller against the host
+// power service and shows what it asked for.
+
+#include <Cam3PerfCtrl.h>
+#include <QvnPerfService.h>
+#include <dlfcn.h>
+#include <link.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+
+#include "ChromeTrace.h"
+#include "Commands.h"
+#include "ExitCodes.h"
+#include "JsonSource.h"
+#include "Launcher.h"
+#include "LockSpans.h"
+#include "PropertyFile.h"
+#include "SessionScript.h"
+#include "Simulator.h"
+#include "SvgWriter.h"
+#include "TimelinePrinter.h"
+
+namespace qvnperfctl {
+namespace {
+
+using NSCam::NSCamFeature::NSCamPerfCtrl::Cam3PerfCtrl;
+
+const char* kUsage =
+    "usage: qvnperfctl simulate SESSION.json [--custom LIB.so] [--config CONFIG.json]\n"
+    "                           [--prop NAME=VALUE]... [--trace OUT.json] [--svg OUT.svg]\n"
+    "\n"
+    "Plays a camera session script through the controller library as built, against\n"
+    "the host power service, in real time, and prints a timeline: each step, every\n"
+    "lock granted, re-issued, released or expired with its resources, the effective\n"
+    "values each step changed, and at the end the service's counters and any leaked\n"
+    "lock.\n"
+    "\n"
+    "  --custom LIB.so       customisation library, loaded as libcameracustom.so\n"
+    "  --config CONFIG.json  JSON configuration (sets vendor.cam3perfctrl.enablejson=1\n"
+    "                        and vendor.debug.qvncam.perfjson)\n"
+    "  --prop NAME=VALUE     property set before the library loads; repeatable, wins\n"
+    "                        over the script's \"properties\"\n"
+    "  --trace OUT.json      Chrome trace-event file (Perfetto UI, chrome://tracing)\n"
+    "  --svg OUT.svg         the timeline as one SVG picture\n"
+    "\n"
+    "A session script is a JSON object: \"description\", \"properties\" (set before\n"
+    "the library loads) and \"steps\", each an object with an \"op\":\n"
+    "  open       boost_ms\n"
+    "  configure  streams [{type, width, height, usage, format}], fps [min, max]\n"
+    "  requests   count, interval_ms, complete_after, first, metadata\n"
+    "  boost      level (0-3 or \"default\"), timeout_ms, release_after_ms\n"
+    "  affinity   thread\n"
+    "  eas        tid (\"self\" or a number), flags, release_after_ms\n"
+    "  prop       name, value\n"
+    "  wait       ms\n"
+    "  close\n"
+    "See examples/sessions/ and tools/README.md.\n"
+    "\n"
+    "Exit status: 0 clean run, 1 a lock leaked or was released badly, 2 usage, script\n"
+    "or I/O error.\n";
+
+struct Options {
+    std::string session;
+    std::string custom;
+    std::string config;
+    std::vector<std::pair<std::string, std::string>> props;
+    std::string trace;
+    std::string svg;
+};
+
+// Parses the command line; an empty optional result means it was fine.
+std::optional<std::string> parseOptions(const std::vector<std::string>& args, Options& out) {
+    for (size_t i = 0; i < args.size(); ++i) {
+        std::string arg = args[i];
+        std::string value;
+        bool hasValue = false;
+        if (arg.rfind("--", 0) == 0) {
+            auto eq = arg.find('=');
+            if (eq != std::string::npos) {
+                value = arg.substr(eq + 1);
+                arg = arg.substr(0, eq);
+                hasValue = true;
+            }
+        } else if (!arg.empty() && arg[0] != '-') {
+            if (!out.session.empty())
+                return "more than one session script";
+            out.session = arg;
+            continue;
+        }
+        if (arg != "--custom" && arg != "--config" && arg != "--prop" && arg != "--trace" &&
+            arg != "--svg") {
+            return "unknown option " + args[i];
+        }
+        if (!hasValue) {
+            if (i + 1 >= args.size())
+                return arg + " needs a value";
+            value = args[++i];
+        }
+        if (value.empty())
+            return arg + " needs a value";
+        if (arg == "--custom") {
+            out.custom = value;
+        } else if (arg == "--config") {
+            out.config = value;
+        } else if (arg == "--trace") {
+            out.trace = value;
+        } else if (arg == "--svg") {
+            out.svg = value;
+        } else {
+            auto eq = value.find('=');
+            if (eq == std::string::npos || eq == 0)
+                return "--prop needs NAME=VALUE";
+            out.props.emplace_back(value.substr(0, eq), value.substr(eq + 1));
+        }
+    }
+    if (out.session.empty())
+        return std::string("missing SESSION.json");
+    return std::nullopt;
+}
+
+// Loads and checks the script; prints its problems with their lines.
+bool loadSession(const std::string& path, Session& session) {
+    JsonSource source;
+    switch (source.load(path)) {
+        case JsonSource::Status::IoError:
+            std::fprintf(stderr, "qvnperfctl simulate: %s\n", source.error().c_str());
+            return false;
+        case JsonSource::Status::ParseError:
+            std::fprintf(stderr, "%s:%d: not valid JSON: %s\n", path.c_str(), source.errorLine(),
+                         source.error().c_str());
+            return false;
+        case JsonSource::Status::Ok:
+            break;
+    }
+    auto errors = parseSession(source, session);
+    for (const auto& e : errors) {
+        std::fprintf(stderr, "%s:%d: %s\n", path.c_str(), e.line, e.message.c_str());
+    }
+    return errors.empty();
+}
+
+bool writable(const std::string& path) {
+    std::ofstream probe(path, std::ios::app);
+    return static_cast<bool>(probe);
+}
+
+std::string pathOf(const void* symbol) {
+    Dl_info info{};
+    return dladdr(symbol, &info) && info.dli_fname ? info.dli_fname : "?";
+}
+
+// The customisation library the controller loaded, if any.
+std::string customLibraryInUse() {
+    void* handle = dlopen("libcameracustom.so", RTLD_LAZY | RTLD_NOLOAD);
+    if (!handle)
+        return "none";
+    std::string path = "?";
+    link_map* map = nullptr;
+    if (dlinfo(handle, RTLD_DI_LINKMAP, &map) == 0 && map && map->l_name)
+        path = map->l_name;
+    dlclose(handle);
+    return path;
+}
+
+// The simulation proper, in the process that relaunch() prepared.
+int play(const Options& options, const Session& session) {
+    const char* propertiesPath = std::getenv("QVNCAM_PROPERTIES");
+    PropertyFile properties(propertiesPath ? propertiesPath : "");
+    properties.load();
+
+    Cam3PerfCtrl* ctrl = Cam3PerfCtrl::getInstance();
+    std::vector<std::pair<std::string, std::string>> setup = {
+        {"controller", pathOf(reinterpret_cast<const void*>(&Cam3PerfCtrl::getInstance))},
+        {"power service", pathOf(reinterpret_cast<const void*>(&perf_lock_acq))},
+        {"customisation", customLibraryInUse()},
+        {"configuration", options.config.empty() ? "none" : options.config},
+    };
+    const char* label = "properties";
+    for (const auto& [name, value] : properties.entries()) {
+        setup.emplace_back(label, name + "=" + value);
+        label = "";
+    }
+    if (properties.entries().empty())
+        setup.emplace_back(label, "none");
+    Timeline timeline = simulate(session, *ctrl, properties);
+    timeline.setup = std::move(setup);
+    printTimeline(timeline, stdout);
+    std::fflush(stdout);
+
+    int status = timeline.clean() ? kExitOk : kExitProblems;
+    if (!options.trace.empty() || !options.svg.empty()) {
+        Picture picture = buildPicture(timeline);
+        if (!options.trace.empty() && !writeChromeTrace(timeline, picture, options.trace)) {
+            std::fprintf(stderr, "qvnperfctl simulate: cannot write %s\n", options.trace.c_str());
+            status = kExitUsage;
+        }
+        std::string title =
+            session.path + (session.description.empty() ? "" : " - " + session.description);
+        if (!options.svg.empty() && !writeSvg(picture, title, options.svg)) {
+            std::fprintf(stderr, "qvnperfctl simulate: cannot write %s\n", options.svg.c_str());
+            status = kExitUsage;
+        }
+    }
+    return status;
+}
+
+}  // namespace
+
+int runSimulate(const std::vector<std::string>& args) {
+    if (wantsHelp(args)) {
+        std::fputs(kUsage, stdout);
+        return kExitOk;
+    }
+    Options options;
+    if (auto problem = parseOptions(args, options))
+        return usageError("simulate", *problem);
+    Session session;
+    if (!loadSession(options.session, session))
+        return kExitUsage;
+    if (isRelaunched())
+        return play(options, session);
+
+    LaunchPlan plan;
+    plan.properties = session.properties;
+    namespace fs = std::filesystem;
+    if (!options.config.empty()) {
+        std::error_code ec;
+        auto config = fs::canonical(options.config, ec);
+        if (ec || !std::ifstream(config)) {
+            std::fprintf(stderr, "qvnperfctl simulate: cannot read %s\n", options.config.c_str());
+            return kExitUsage;
+        }
+        plan.properties.emplace_back("vendor.cam3perfctrl.enablejson", "1");
+        plan.properties.emplace_back("vendor.debug.qvncam.perfjson", config.string());
+    }
+    plan.properties.insert(plan.properties.end(), options.props.begin(), options.props.end());
+    if (!options.custom.empty() && !std::ifstream(options.custom)) {
+        std::fprintf(stderr, "qvnperfctl simulate: cannot read %s\n", options.custom.c_str());
+        return kExitUsage;
+    }
+    plan.customLibrary = options.custom;
+    for (const auto* out : {&options.trace, &options.svg}) {
+        if (!out->empty() && !writable(*out)) {
+            std::fprintf(stderr, "qvnperfctl simulate: cannot write %s\n", out->c_str());
+            return kExitUsage;
+        }
+    }
+    std::vector<std::string> childArgs = {"simulate"};
+    childArgs.insert(childArgs.end(), args.begin(), args.end());
+    return relaunch(childArgs, plan);
+}
+
+}  // namespace qvnperfctl

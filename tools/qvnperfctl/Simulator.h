@@ -1,0 +1,19 @@
+#pragma once
+
+// Plays a session script through the controller, in real time, and records what the
+// host power service saw.
+
+#include <Cam3PerfCtrl.h>
+
+#include "PropertyFile.h"
+#include "SessionScript.h"
+#include "Timeline.h"
+
+namespace qvnperfctl {
+
+// Runs every step; `properties` is the file the controller reads (prop steps rewrite
+// it). Whatever the session still holds at its end is reported, then released.
+Timeline simulate(const Session& session, NSCam::NSCamFeature::NSCamPerfCtrl::Cam3PerfCtrl& ctrl,
+                  PropertyFile& properties);
+
+}  // namespace qvnperfctl

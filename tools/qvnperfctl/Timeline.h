@@ -1,0 +1,78 @@
+#pragma once
+
+// What a simulated session did, as the power service saw it: one entry per step
+// (or per request, completion, expiry), each with the lock events it caused and the
+// effective values afterwards. The printer and the picture writers read only this.
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace qvnperfctl {
+
+struct ResourceValue {
+    int id = 0;
+    int value = 0;
+    std::string name;  // vocabulary name, or "0x%08x" for an unknown id
+};
+
+enum class LockEventKind { Granted, Reissued, Released, Expired, Refused, BadRelease };
+
+struct LockEvent {
+    LockEventKind kind = LockEventKind::Granted;
+    int handle = 0;
+    int durationMs = 0;
+    int64_t timeUs = 0;                    // since the session started
+    bool afterExpiry = false;              // a release of a lock that had already expired
+    std::string reason;                    // refusals and bad releases
+    std::vector<ResourceValue> pairs;      // what the request asked for
+    std::vector<ResourceValue> lockPairs;  // the lock's whole content after the event
+};
+
+struct Entry {
+    int64_t timeUs = 0;
+    std::string step;                // "open camera", "request 7", "expiry", ...
+    int scriptLine = 0;              // 0 for entries the session did not script
+    bool perRequest = false;         // a request or its completion, not a step of its own
+    std::vector<std::string> notes;  // what the controller answered
+    std::vector<LockEvent> events;
+    std::vector<ResourceValue> effective;  // after this entry, by ascending id
+};
+
+struct LockSummary {
+    int handle = 0;
+    std::string origin;
+    int durationMs = 0;
+    int64_t grantedUs = 0;
+    int64_t timeLeftMs = -1;  // -1: no expiry
+    std::vector<ResourceValue> pairs;
+};
+
+struct ServiceCounters {
+    uint64_t granted = 0;
+    uint64_t reissued = 0;
+    uint64_t released = 0;
+    uint64_t expired = 0;
+    uint64_t releasedAfterExpiry = 0;
+    uint64_t refused = 0;
+    uint64_t badReleases = 0;
+    uint64_t live = 0;
+};
+
+struct Timeline {
+    std::string sessionPath;
+    std::string description;
+    std::vector<std::pair<std::string, std::string>> setup;  // what ran: label, value
+    std::vector<Entry> entries;
+    std::map<int, std::string> lockOrigin;  // handle -> step that granted it
+    int64_t endUs = 0;
+    ServiceCounters counters;
+    std::vector<LockSummary> leaks;       // live without expiry at the end
+    std::vector<LockSummary> stillTimed;  // live with time left at the end
+
+    bool clean() const { return leaks.empty() && counters.badReleases == 0; }
+};
+
+}  // namespace qvnperfctl

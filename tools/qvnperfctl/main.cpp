@@ -1,0 +1,70 @@
+// qvnperfctl: shows and checks what the camera performance controller asks of the
+// power service.
+
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include "Commands.h"
+#include "ExitCodes.h"
+
+namespace qvnperfctl {
+
+namespace {
+
+const char* kUsage =
+    "usage: qvnperfctl COMMAND [ARGS]...\n"
+    "\n"
+    "Commands:\n"
+    "  simulate SESSION.json [--custom LIB.so] [--config CONFIG.json]\n"
+    "           [--prop NAME=VALUE]... [--trace OUT.json] [--svg OUT.svg]\n"
+    "      play a camera session through the controller against the host power\n"
+    "      service and print every lock it takes\n"
+    "  check-config CONFIG.json...\n"
+    "      check a JSON configuration before it goes on a device\n"
+    "  resources [NAME | ID | CLASS]...\n"
+    "      look up power resources by name, id or class\n"
+    "\n"
+    "qvnperfctl COMMAND --help describes each command.\n"
+    "Exit status: 0 fine, 1 problems found, 2 usage or I/O error.\n";
+
+}  // namespace
+
+bool wantsHelp(const std::vector<std::string>& args) {
+    for (const auto& arg : args) {
+        if (arg == "-h" || arg == "--help")
+            return true;
+    }
+    return false;
+}
+
+int usageError(const std::string& command, const std::string& message) {
+    std::fprintf(stderr, "qvnperfctl %s: %s\n", command.c_str(), message.c_str());
+    std::fprintf(stderr, "Try 'qvnperfctl %s --help'.\n", command.c_str());
+    return kExitUsage;
+}
+
+}  // namespace qvnperfctl
+
+int main(int argc, char** argv) {
+    using namespace qvnperfctl;
+    std::vector<std::string> args(argv + 1, argv + argc);
+    if (args.empty()) {
+        std::fputs(kUsage, stderr);
+        return kExitUsage;
+    }
+    std::string command = args.front();
+    args.erase(args.begin());
+    if (command == "-h" || command == "--help" || command == "help") {
+        std::fputs(kUsage, stdout);
+        return kExitOk;
+    }
+    if (command == "simulate")
+        return runSimulate(args);
+    if (command == "check-config")
+        return runCheckConfig(args);
+    if (command == "resources")
+        return runResources(args);
+    std::fprintf(stderr, "qvnperfctl: unknown command '%s'\n%s", command.c_str(), kUsage);
+    return kExitUsage;
+}
