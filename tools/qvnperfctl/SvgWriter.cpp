@@ -22,6 +22,8 @@ constexpr double kDramChartHeight = 90;
 constexpr size_t kLabelChars = 34;
 
 const char* const kSeriesColours[] = {"#4e79a7", "#e15759", "#59a14f"};
+// Lines of equal value lie on top of each other: dashes keep each one visible.
+const char* const kSeriesDashes[] = {"", "8,4", "2,3"};
 constexpr const char* kDramColour = "#b07aa1";
 
 std::string escape(const std::string& text) {
@@ -59,6 +61,12 @@ std::string shorten(const std::string& text) {
 std::string num(double v) {
     char buf[32];
     std::snprintf(buf, sizeof buf, "%.1f", v);
+    return buf;
+}
+
+std::string tickLabel(double value, double step) {
+    char buf[32];
+    std::snprintf(buf, sizeof buf, step >= 1 ? "%.0f" : "%g", value);
     return buf;
 }
 
@@ -104,7 +112,7 @@ class SvgCanvas {
         y += 40;
         y = drawChart(y, kCpuChartHeight, "CPU floor (kHz)", cpuSeries());
         y += 40;
-        y = drawChart(y, kDramChartHeight, "DRAM OPP floor", {{&mPicture.dram, kDramColour}});
+        y = drawChart(y, kDramChartHeight, "DRAM OPP floor", {{&mPicture.dram, kDramColour, ""}});
         y += 40;
         drawSteps(stepsTop, y - 40);
 
@@ -122,12 +130,16 @@ class SvgCanvas {
     }
 
   private:
-    using Series = std::pair<const StepSeries*, const char*>;
+    struct Series {
+        const StepSeries* series;
+        const char* colour;
+        const char* dashes;
+    };
 
     std::vector<Series> cpuSeries() const {
         std::vector<Series> series;
         for (size_t i = 0; i < mPicture.cpuFloors.size() && i < 3; ++i) {
-            series.emplace_back(&mPicture.cpuFloors[i], kSeriesColours[i]);
+            series.push_back({&mPicture.cpuFloors[i], kSeriesColours[i], kSeriesDashes[i]});
         }
         return series;
     }
@@ -149,8 +161,10 @@ class SvgCanvas {
                   << "<line x1=\"" << num(sx) << "\" y1=\"" << num(ty - 9) << "\" x2=\"" << num(sx)
                   << "\" y2=\"" << num(guideBottom)
                   << "\" stroke=\"#bbbbbb\" stroke-dasharray=\"2,3\"/>"
-                  << "<text x=\"" << num(sx + 2) << "\" y=\"" << num(ty) << "\" font-size=\"9\">"
-                  << escape(shorten(step.label)) << "</text></g>\n";
+                  << "<text y=\"" << num(ty) << "\" font-size=\"9\" "
+                  << (sx > kLeft + kPlotWidth - 160 ? "text-anchor=\"end\" x=\"" + num(sx - 2)
+                                                    : "x=\"" + num(sx + 2))
+                  << "\">" << escape(shorten(step.label)) << "</text></g>\n";
             row = (row + 1) % kStepRows;
         }
     }
@@ -199,7 +213,8 @@ class SvgCanvas {
             mBody << "<line x1=\"" << num(tx) << "\" y1=\"" << num(y) << "\" x2=\"" << num(tx)
                   << "\" y2=\"" << num(y + 4) << "\" stroke=\"black\"/>"
                   << "<text x=\"" << num(tx) << "\" y=\"" << num(y + 15)
-                  << "\" text-anchor=\"middle\" font-size=\"9\">" << num(ms) << "</text>\n";
+                  << "\" text-anchor=\"middle\" font-size=\"9\">" << tickLabel(ms, step)
+                  << "</text>\n";
         }
         mBody << "<text x=\"" << num(kLeft + kPlotWidth) << "\" y=\"" << num(y + 28)
               << "\" text-anchor=\"end\">time (ms)</text>\n";
@@ -209,13 +224,13 @@ class SvgCanvas {
     double drawChart(double top, double height, const std::string& yLabel,
                      const std::vector<Series>& series) {
         int maxValue = 1;
-        for (const auto& [s, colour] : series) {
-            for (const auto& point : s->points) {
+        for (const auto& s : series) {
+            for (const auto& point : s.series->points) {
                 if (point.second)
                     maxValue = std::max(maxValue, *point.second);
             }
         }
-        double step = tickStep(maxValue, 5);
+        double step = std::max(1.0, tickStep(maxValue, 5));
         double top_value = std::ceil(maxValue / step) * step;
         auto y = [&](double v) { return top + height - height * v / top_value; };
 
@@ -231,12 +246,12 @@ class SvgCanvas {
                   << "</text>\n";
         }
         double legendX = kLeft + 8;
-        for (const auto& [s, colour] : series) {
-            drawStepLine(*s, colour, y);
+        for (const auto& s : series) {
+            drawStepLine(s, y);
             mBody << "<rect x=\"" << num(legendX) << "\" y=\"" << num(top - 14)
-                  << "\" width=\"10\" height=\"10\" fill=\"" << colour << "\"/>"
+                  << "\" width=\"10\" height=\"10\" fill=\"" << s.colour << "\"/>"
                   << "<text x=\"" << num(legendX + 14) << "\" y=\"" << num(top - 5) << "\">"
-                  << escape(s->label) << "</text>\n";
+                  << escape(s.series->label) << "</text>\n";
             legendX += 190;
         }
         drawTimeAxis(top + height);
@@ -244,16 +259,18 @@ class SvgCanvas {
     }
 
     template <typename YFn>
-    void drawStepLine(const StepSeries& series, const char* colour, YFn y) {
+    void drawStepLine(const Series& s, YFn y) {
         std::string points;
         auto flush = [&] {
             if (!points.empty()) {
-                mBody << "<polyline fill=\"none\" stroke=\"" << colour
-                      << "\" stroke-width=\"2\" points=\"" << points << "\"/>\n";
+                mBody << "<polyline fill=\"none\" stroke=\"" << s.colour << "\" stroke-width=\"2\"";
+                if (*s.dashes)
+                    mBody << " stroke-dasharray=\"" << s.dashes << "\"";
+                mBody << " points=\"" << points << "\"/>\n";
             }
             points.clear();
         };
-        const auto& p = series.points;
+        const auto& p = s.series->points;
         for (size_t i = 0; i < p.size(); ++i) {
             int64_t end = i + 1 < p.size() ? p[i + 1].first : mEndUs;
             if (!p[i].second) {
