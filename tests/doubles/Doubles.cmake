@@ -11,12 +11,11 @@
 #   QVNCAM_DOUBLE_DIR_EMPTY            an empty directory (no library found)
 #   QVNCAM_DOUBLE_TARGETS              every double's target, for DEPENDS
 #
-# Example:
+# Safe to include from any number of folders. Example:
 #   include(${PROJECT_SOURCE_DIR}/tests/doubles/Doubles.cmake)
 #   qvncam_add_gtest(my_test SOURCES my_test.cpp
 #     LIBDIRS ${QVNCAM_DOUBLE_DIR_POWER_RECORDING} ${QVNCAM_DOUBLE_DIR_CUSTOM_FULL}
 #     DEPENDS ${QVNCAM_DOUBLE_TARGETS})
-include_guard(GLOBAL)
 
 set(_qvncam_doubles_root ${CMAKE_BINARY_DIR}/tests/doubles)
 set(QVNCAM_DOUBLE_DIR_POWER_RECORDING ${_qvncam_doubles_root}/power_recording)
