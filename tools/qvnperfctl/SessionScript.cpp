@@ -521,7 +521,10 @@ std::optional<uint32_t> metadataTagByName(const std::string& name) {
 std::vector<ScriptError> parseSession(const JsonSource& source, Session& out) {
     out = Session();
     out.path = source.path();
-    return ScriptParser(source, out).run();
+    auto errors = ScriptParser(source, out).run();
+    std::stable_sort(errors.begin(), errors.end(),
+                     [](const ScriptError& a, const ScriptError& b) { return a.line < b.line; });
+    return errors;
 }
 
 }  // namespace qvnperfctl
