@@ -10,6 +10,7 @@ namespace platform {
 constexpr uint64_t kTraceTagCamera = 0x400;
 
 uint64_t atrace_enabled_tags();
+// Write the slice unconditionally: callers check the enabled tags first.
 void atrace_async_begin(const char* name, int32_t cookie);
 void atrace_async_end(const char* name, int32_t cookie);
 
