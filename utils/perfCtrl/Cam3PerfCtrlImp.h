@@ -16,7 +16,7 @@ namespace NSCamFeature {
 namespace NSCamPerfCtrl {
 
 class Cam3PerfCtrlImp : public Cam3PerfCtrl {
-public:
+  public:
     Cam3PerfCtrlImp();
     ~Cam3PerfCtrlImp() override;
     Cam3PerfCtrlImp(const Cam3PerfCtrlImp&) = delete;
@@ -27,9 +27,9 @@ public:
                                                unsigned int timeoutMs) override;
     std::shared_ptr<PerfOperatorHolder> enterPerfCtrl_EnterCamera(int timeoutMs) override;
     std::shared_ptr<PerfOperatorHolder> enterPerfCtrl_ConfigureStream(
-            const qcam::StreamConfiguration& config) override;
+        const qcam::StreamConfiguration& config) override;
     std::shared_ptr<InflightOperatorHolderImp> enterPerfCtrl_InflightRequest(
-            const int& reqId, const NSCam::IMetadata* metadata, PerfCtrlSet set) override;
+        const int& reqId, const NSCam::IMetadata* metadata, PerfCtrlSet set) override;
     bool setAffinity() override;
     int queryAffinity(const char* threadName) override;
     std::unique_ptr<PerfOperator> enablePerTaskEASControl(int tid, unsigned short flags) override;
@@ -39,7 +39,7 @@ public:
     // Appends the multi-camera zoom boost list built from the zoom properties.
     void getMultiCamZoomBoostTable(std::vector<int>& out);
 
-private:
+  private:
     friend class Cam3PerfCtrlImpTestPeer;
 
     std::shared_ptr<PerfOperator> __enterCamCustom();
