@@ -1,0 +1,64 @@
+#include "ToolRunner.h"
+
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <sstream>
+
+namespace {
+
+std::string slurp(const std::string& path) {
+    std::ifstream in(path);
+    std::ostringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
+
+}  // namespace
+
+std::string tempPath(const std::string& name) {
+    static int counter = 0;
+    return ::testing::TempDir() + "qvnperfctl_" + std::to_string(getpid()) + "_" +
+           std::to_string(++counter) + "_" + name;
+}
+
+std::string writeTemp(const std::string& name, const std::string& text) {
+    std::string path = tempPath(name);
+    std::ofstream(path) << text;
+    return path;
+}
+
+ToolRun runTool(const std::vector<std::string>& args) {
+    std::string outPath = tempPath("stdout");
+    std::string errPath = tempPath("stderr");
+    std::vector<std::string> argv = {QVNPERFCTL_PATH};
+    argv.insert(argv.end(), args.begin(), args.end());
+    std::vector<char*> cargv;
+    for (auto& a : argv)
+        cargv.push_back(a.data());
+    cargv.push_back(nullptr);
+
+    pid_t pid = fork();
+    if (pid == 0) {
+        int out = open(outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+        int err = open(errPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+        dup2(out, 1);
+        dup2(err, 2);
+        execv(cargv[0], cargv.data());
+        _exit(127);
+    }
+    ToolRun run;
+    int status = 0;
+    if (pid > 0 && waitpid(pid, &status, 0) == pid && WIFEXITED(status)) {
+        run.status = WEXITSTATUS(status);
+    }
+    run.out = slurp(outPath);
+    run.err = slurp(errPath);
+    unlink(outPath.c_str());
+    unlink(errPath.c_str());
+    return run;
+}
