@@ -36,8 +36,11 @@ JsonSource::Status JsonSource::parse(const std::string& path, std::string text) 
     mError.clear();
     mErrorLine = 0;
 
-    // Strict JSON: what passes here loads in any JSON reader a device uses.
-    Json::Reader reader(Json::Features::strictMode());
+    // Strict JSON, so that what passes here loads in any JSON reader a device uses; the
+    // callers check the top level's shape themselves and name its line.
+    Json::Features features = Json::Features::strictMode();
+    features.strictRoot_ = false;
+    Json::Reader reader(features);
     bool ok = false;
     try {
         ok = reader.parse(mText.data(), mText.data() + mText.size(), mRoot, false);
