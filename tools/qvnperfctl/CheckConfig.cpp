@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "CheckConfig.h"
 #include "Commands.h"
 #include "ExitCodes.h"
 #include "JsonSource.h"
@@ -31,11 +32,6 @@ const char* kUsage =
     "Exit status: 0 clean, 1 problems found, 2 usage or unreadable file.\n";
 
 const char* const kSections[] = {"enter_cam", "config_cam"};
-
-struct Problem {
-    int line;
-    std::string message;
-};
 
 std::string quoted(const std::string& s) {
     return "\"" + s + "\"";
@@ -66,7 +62,7 @@ class ConfigChecker {
   public:
     explicit ConfigChecker(const JsonSource& source) : mSource(source) {}
 
-    std::vector<Problem> run() {
+    std::vector<ConfigProblem> run() {
         const auto& root = mSource.root();
         if (!root.isObject()) {
             add(mSource.lineOf(root), "the top level must be an object, not " + describe(root));
@@ -85,8 +81,9 @@ class ConfigChecker {
             if (root.isMember(section))
                 checkSection(section, root[section]);
         }
-        std::stable_sort(mProblems.begin(), mProblems.end(),
-                         [](const Problem& a, const Problem& b) { return a.line < b.line; });
+        std::stable_sort(
+            mProblems.begin(), mProblems.end(),
+            [](const ConfigProblem& a, const ConfigProblem& b) { return a.line < b.line; });
         return mProblems;
     }
 
@@ -140,10 +137,14 @@ class ConfigChecker {
     }
 
     const JsonSource& mSource;
-    std::vector<Problem> mProblems;
+    std::vector<ConfigProblem> mProblems;
 };
 
 }  // namespace
+
+std::vector<ConfigProblem> checkConfiguration(const JsonSource& source) {
+    return ConfigChecker(source).run();
+}
 
 int runCheckConfig(const std::vector<std::string>& args) {
     if (wantsHelp(args)) {
@@ -174,7 +175,7 @@ int runCheckConfig(const std::vector<std::string>& args) {
             case JsonSource::Status::Ok:
                 break;
         }
-        auto problems = ConfigChecker(source).run();
+        auto problems = checkConfiguration(source);
         for (const auto& p : problems) {
             std::printf("%s:%d: %s\n", path.c_str(), p.line, p.message.c_str());
         }
