@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -43,6 +44,23 @@ class RunDir {
 
   private:
     std::string mPath;
+};
+
+// Ignores one signal for as long as it lives.
+class IgnoredSignal {
+  public:
+    explicit IgnoredSignal(int signal) : mSignal(signal) {
+        struct sigaction ignore = {};
+        ignore.sa_handler = SIG_IGN;
+        sigaction(mSignal, &ignore, &mPrevious);
+    }
+    ~IgnoredSignal() { sigaction(mSignal, &mPrevious, nullptr); }
+    IgnoredSignal(const IgnoredSignal&) = delete;
+    IgnoredSignal& operator=(const IgnoredSignal&) = delete;
+
+  private:
+    int mSignal;
+    struct sigaction mPrevious = {};
 };
 
 // The directory of the shared object that holds `symbol`.
@@ -123,13 +141,22 @@ int relaunch(const std::vector<std::string>& args, const LaunchPlan& plan) {
                      std::strerror(errno));
         _exit(kExitUsage);
     }
+    // Ctrl-C reaches the simulation too, and the reader of its output may go away: this
+    // process stays either way, to clean up after it.
+    IgnoredSignal interrupt(SIGINT);
+    IgnoredSignal brokenPipe(SIGPIPE);
     int status = 0;
     while (waitpid(child, &status, 0) < 0) {
-        if (errno != EINTR)
+        if (errno != EINTR) {
             return fail(std::string("lost the simulation: ") + std::strerror(errno));
+        }
     }
-    if (WIFEXITED(status))
+    if (WIFEXITED(status)) {
         return WEXITSTATUS(status);
+    }
+    if (WTERMSIG(status) == SIGINT) {
+        return fail("interrupted");
+    }
     // A crash inside the controller or the customisation library is a finding.
     std::fprintf(stderr, "qvnperfctl simulate: the simulation died: %s\n",
                  strsignal(WTERMSIG(status)));
