@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 
@@ -18,12 +19,35 @@ std::string slurp(const std::string& path) {
     return text.str();
 }
 
+// Every file a test makes goes into one directory per test process, removed at the end.
+class TempDirectory : public ::testing::Environment {
+  public:
+    const std::string& path() {
+        if (mPath.empty()) {
+            std::string pattern = ::testing::TempDir() + "qvnperfctl_test.XXXXXX";
+            if (mkdtemp(pattern.data()))
+                mPath = pattern;
+        }
+        return mPath;
+    }
+    void TearDown() override {
+        std::error_code ignored;
+        if (!mPath.empty())
+            std::filesystem::remove_all(mPath, ignored);
+    }
+
+  private:
+    std::string mPath;
+};
+
+TempDirectory* const gTempDirectory =
+    static_cast<TempDirectory*>(::testing::AddGlobalTestEnvironment(new TempDirectory));
+
 }  // namespace
 
 std::string tempPath(const std::string& name) {
     static int counter = 0;
-    return ::testing::TempDir() + "qvnperfctl_" + std::to_string(getpid()) + "_" +
-           std::to_string(++counter) + "_" + name;
+    return gTempDirectory->path() + "/" + std::to_string(++counter) + "_" + name;
 }
 
 std::string writeTemp(const std::string& name, const std::string& text) {
