@@ -3,7 +3,6 @@
 // Helpers shared by the core tests: log and trace capture, property set-up, polling.
 
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -99,46 +98,25 @@ inline std::ostream& operator<<(std::ostream& os, const TraceEvent& e) {
     return os << e.kind << "|" << e.name << "|" << e.cookie;
 }
 
-// Reads the slices this process appended to $QVNCAM_TRACE_FILE since the reader was made
-// (lines of other processes are skipped).
-class TraceReader {
-  public:
-    TraceReader() {
-        const char* p = std::getenv("QVNCAM_TRACE_FILE");
-        mPath = p != nullptr ? p : "";
-        struct stat st {};
-        if (!mPath.empty() && stat(mPath.c_str(), &st) == 0) {
-            mOffset = static_cast<std::streamoff>(st.st_size);
+// The slices this process wrote to $QVNCAM_TRACE_FILE.
+inline std::vector<TraceEvent> traceEvents() {
+    std::vector<TraceEvent> out;
+    const char* path = std::getenv("QVNCAM_TRACE_FILE");
+    std::ifstream in(path != nullptr ? path : "");
+    const std::string pid = std::to_string(getpid());
+    std::string line;
+    while (std::getline(in, line)) {
+        std::vector<std::string> f;
+        std::stringstream ss(line);
+        std::string part;
+        while (std::getline(ss, part, '|')) {
+            f.push_back(part);
         }
-    }
-
-    std::vector<TraceEvent> events() const {
-        std::vector<TraceEvent> out;
-        std::ifstream in(mPath);
-        if (!in) {
-            return out;
-        }
-        in.seekg(mOffset);
-        const std::string pid = std::to_string(getpid());
-        std::string line;
-        while (std::getline(in, line)) {
-            std::vector<std::string> f;
-            std::stringstream ss(line);
-            std::string part;
-            while (std::getline(ss, part, '|')) {
-                f.push_back(part);
-            }
-            if (f.size() != 4 || f[1] != pid || (f[0] != "S" && f[0] != "F")) {
-                continue;
-            }
+        if (f.size() == 4 && f[1] == pid && (f[0] == "S" || f[0] == "F")) {
             out.push_back(TraceEvent{f[0][0], f[2], std::atoi(f[3].c_str())});
         }
-        return out;
     }
-
-  private:
-    std::string mPath;
-    std::streamoff mOffset = 0;
-};
+    return out;
+}
 
 }  // namespace coretest

@@ -128,12 +128,6 @@ TEST_F(PerfOperatorTest, AliveFollowsTheClock) {
     }
 }
 
-TEST_F(PerfOperatorTest, NoExpiryStaysAlive) {
-    PerfOperatorImp op(kCmds, 0, "forever");
-    std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    EXPECT_TRUE(op.isAlive());
-}
-
 struct ExtraRow {
     const char* name;
     RecPowerMode mode;
@@ -276,12 +270,10 @@ class PerfOperatorTraceTest : public PerfOperatorTest {
         mPath = testing::TempDir() + "qvncam_core_trace_" + std::to_string(getpid());
         std::remove(mPath.c_str());
         ASSERT_EQ(setenv("QVNCAM_TRACE_FILE", mPath.c_str(), 1), 0);
-        trace = coretest::TraceReader();
     }
     void TearDown() override { std::remove(mPath.c_str()); }
 
     std::string mPath;
-    coretest::TraceReader trace;
 };
 
 TEST_F(PerfOperatorTraceTest, LevelZeroDrawsNoCookieAndTracesNothing) {
@@ -290,13 +282,13 @@ TEST_F(PerfOperatorTraceTest, LevelZeroDrawsNoCookieAndTracesNothing) {
         PerfOperatorImp timed(kCmds, 30, "quiet");
         PerfOperatorImp forever(kCmds, 0, "quiet");
     }
-    EXPECT_TRUE(trace.events().empty());
+    EXPECT_TRUE(coretest::traceEvents().empty());
 
     coretest::setPerfLogLevel(1);
     { PerfOperatorImp op(kCmds, 0, "loud"); }
     const std::vector<TraceEvent> expected = {{'S', "Cam3PerfCtrl:loud", 0},
                                               {'F', "Cam3PerfCtrl:loud", 0}};
-    EXPECT_EQ(trace.events(), expected);
+    EXPECT_EQ(coretest::traceEvents(), expected);
 }
 
 TEST_F(PerfOperatorTraceTest, LevelOneTracesEachOperatorWithItsOwnCookie) {
@@ -314,19 +306,19 @@ TEST_F(PerfOperatorTraceTest, LevelOneTracesEachOperatorWithItsOwnCookie) {
         {'F', "Cam3PerfCtrl:_null_user_name_", 1},
         {'F', "Cam3PerfCtrl:alpha", 0},
     };
-    EXPECT_EQ(trace.events(), expected);
+    EXPECT_EQ(coretest::traceEvents(), expected);
 }
 
 TEST_F(PerfOperatorTraceTest, CookiesAreDrawnWithTheTraceTagOff) {
     coretest::setPerfLogLevel(1);
     coretest::setCameraTrace(false);
     { PerfOperatorImp op(kCmds, 0, "untraced"); }
-    EXPECT_TRUE(trace.events().empty());
+    EXPECT_TRUE(coretest::traceEvents().empty());
     coretest::setCameraTrace(true);
     { PerfOperatorImp op(kCmds, 0, "traced"); }
     const std::vector<TraceEvent> expected = {{'S', "Cam3PerfCtrl:traced", 1},
                                               {'F', "Cam3PerfCtrl:traced", 1}};
-    EXPECT_EQ(trace.events(), expected);
+    EXPECT_EQ(coretest::traceEvents(), expected);
 }
 
 TEST_F(PerfOperatorTraceTest, TimerClosesTheSliceWithoutReleasingTheLock) {
@@ -335,26 +327,15 @@ TEST_F(PerfOperatorTraceTest, TimerClosesTheSliceWithoutReleasingTheLock) {
     auto op = std::make_unique<PerfOperatorImp>(kCmds, 30, "timed");
     const TraceEvent begin{'S', "Cam3PerfCtrl:timed", 0};
     const TraceEvent end{'F', "Cam3PerfCtrl:timed", 0};
-    ASSERT_TRUE(coretest::waitFor([&] { return trace.events().size() >= 2; }));
-    EXPECT_EQ(trace.events(), (std::vector<TraceEvent>{begin, end}));
+    ASSERT_TRUE(coretest::waitFor([&] { return coretest::traceEvents().size() >= 2; }));
+    EXPECT_EQ(coretest::traceEvents(), (std::vector<TraceEvent>{begin, end}));
     EXPECT_TRUE(recpower::releases().empty());
     EXPECT_FALSE(op->isAlive());
 
     // exit still gives the lock back and ends the slice once more
     op.reset();
     EXPECT_EQ(recpower::releases().size(), 1u);
-    EXPECT_EQ(trace.events(), (std::vector<TraceEvent>{begin, end, end}));
-}
-
-TEST_F(PerfOperatorTraceTest, PerformExtraKeepsTheSlice) {
-    coretest::setCameraTrace(true);
-    coretest::setPerfLogLevel(1);
-    PerfOperatorImp op(kCmds, 0, "extra");
-    ASSERT_TRUE(op.perform_extra({0x400200, 3}));
-    op.exit();
-    const std::vector<TraceEvent> expected = {{'S', "Cam3PerfCtrl:extra", 0},
-                                              {'F', "Cam3PerfCtrl:extra", 0}};
-    EXPECT_EQ(trace.events(), expected);
+    EXPECT_EQ(coretest::traceEvents(), (std::vector<TraceEvent>{begin, end, end}));
 }
 
 TEST_F(PerfOperatorTraceTest, ConcurrentOperatorsGetDistinctCookies) {
@@ -379,7 +360,7 @@ TEST_F(PerfOperatorTraceTest, ConcurrentOperatorsGetDistinctCookies) {
         t.join();
     }
     std::set<int> cookies;
-    for (const auto& e : trace.events()) {
+    for (const auto& e : coretest::traceEvents()) {
         if (e.kind == 'S') {
             cookies.insert(e.cookie);
         }
