@@ -6,7 +6,8 @@ endfunction()
 if(QVNCAM_SANITIZE STREQUAL "address")
   set(_san -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
   if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
-    list(APPEND _san -fsanitize=float-cast-overflow,integer -fno-sanitize=unsigned-integer-overflow,unsigned-shift-base)
+    list(APPEND _san -fsanitize=float-cast-overflow,integer -fno-sanitize=unsigned-integer-overflow,unsigned-shift-base
+         -fsanitize-ignorelist=${CMAKE_CURRENT_LIST_DIR}/sanitizer-ignorelist.txt)
   else()
     list(APPEND _san -fsanitize=float-cast-overflow)
   endif()
@@ -17,6 +18,18 @@ elseif(QVNCAM_SANITIZE STREQUAL "thread")
   add_link_options(-fsanitize=thread)
 elseif(NOT QVNCAM_SANITIZE STREQUAL "")
   message(FATAL_ERROR "QVNCAM_SANITIZE must be address, thread or empty")
+endif()
+
+# Fuzzing: coverage feedback from every object of the build, not only the fuzz targets.
+if(QVNCAM_BUILD_FUZZ AND CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+  add_compile_options(-fsanitize=fuzzer-no-link)
+  add_link_options(-fsanitize=fuzzer-no-link)
+endif()
+
+# A sanitizer's runtime lives in the executable, so shared libraries are left with undefined
+# references to it: lift --no-undefined (it comes earlier on the link line) in such builds.
+if(NOT QVNCAM_SANITIZE STREQUAL "" OR QVNCAM_BUILD_FUZZ)
+  add_link_options(-Wl,-z,undefs)
 endif()
 
 # RUNPATH, never RPATH: LD_LIBRARY_PATH must win when the controller dlopens its
