@@ -4,9 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <fstream>
-#include <regex>
 
 #include "ToolRunner.h"
 
@@ -18,25 +18,14 @@ struct Counters {
 };
 
 Counters parseCounters(const std::string& out) {
-    static const std::regex line(
-        "service counters: granted (\\d+), re-issued (\\d+), released (\\d+), expired "
-        "(\\d+), released after expiry (\\d+), refused (\\d+), bad releases (\\d+), live "
-        "(\\d+)");
-    std::smatch m;
     Counters c;
-    if (std::regex_search(out, m, line)) {
-        long* fields[] = {&c.granted,     &c.reissued, &c.released,    &c.expired,
-                          &c.afterExpiry, &c.refused,  &c.badReleases, &c.live};
-        for (size_t i = 0; i < 8; ++i)
-            *fields[i] = std::stol(m[i + 1]);
-    }
+    std::string line = lineWith(out, "service counters: ");
+    std::sscanf(line.c_str(),
+                "service counters: granted %ld, re-issued %ld, released %ld, expired %ld, "
+                "released after expiry %ld, refused %ld, bad releases %ld, live %ld",
+                &c.granted, &c.reissued, &c.released, &c.expired, &c.afterExpiry, &c.refused,
+                &c.badReleases, &c.live);
     return c;
-}
-
-size_t countMatches(const std::string& text, const std::string& pattern) {
-    std::regex re(pattern);
-    return std::distance(std::sregex_iterator(text.begin(), text.end(), re),
-                         std::sregex_iterator());
 }
 
 bool hasXmllint() {
@@ -46,32 +35,35 @@ bool hasXmllint() {
 struct SessionCase {
     const char* file;
     long minGranted;
-    std::vector<std::string> keyLines;  // regular expressions
+    std::vector<std::string> keyLines;  // as squeeze() leaves them
 };
 
+// Lock numbers are handles of the host service: 1, 2, ... in the order of grants.
 const SessionCase kSessions[] = {
     {"preview.json",
      6,
-     {R"(open camera, boost 300 ms  \[line 4\])", R"(queryAffinity: mask 0x1)",
-      R"(boost level 1, 500 ms  \[line 14\])",
-      R"(request 12 \(captureIntent=STILL_CAPTURE\)\n +granted +lock \d+, 300 ms)",
-      R"(expired +lock 2 \(open camera)",
-      R"(released +lock 2 \(open camera, boost 300 ms\), after it had expired)"}},
+     {"open camera, boost 300 ms [line 4]", "queryAffinity: mask 0x1",
+      "boost level 1, 500 ms [line 14]",
+      "request 12 (captureIntent=STILL_CAPTURE)\ngranted lock 6, 300 ms",
+      "expired lock 2 (open camera",
+      "released lock 2 (open camera, boost 300 ms), after it had expired"}},
     {"video_4k60.json",
      7,
-     {R"(configure 1920x1080 display, 3840x2160 video, 60-60 fps)", R"(PERF_RES_DRAM_OPP_MIN +2)",
-      R"(queryAffinity: mask 0x2)", R"(default boost, 200 ms)",
-      R"(EAS control for task \d+, flags 0x3)", R"(VIDEO_SNAPSHOT\)\n +re-issued +lock 4 )"}},
+     {"configure 1920x1080 display, 3840x2160 video, 60-60 fps", "PERF_RES_DRAM_OPP_MIN 2",
+      "queryAffinity: mask 0x2", "default boost, 200 ms", "EAS control for task ",
+      ", flags 0x3 [line 14]", "VIDEO_SNAPSHOT)\nre-issued lock 4 ("}},
     {"burst.json",
      25,
-     {R"(boost level 1, 2000 ms)", R"(boost released  \[line 13\])",
-      R"(request 24 \(captureIntent=STILL_CAPTURE\)\n +granted +lock)"}},
+     {"boost level 1, 2000 ms", "boost released [line 13]",
+      "request 24 (captureIntent=STILL_CAPTURE)\ngranted lock "}},
     {"multicam_zoom.json",
      12,
-     {R"(vendor.debug.multicam.zoom.dram.opp=3)",
+     {"vendor.debug.multicam.zoom.dram.opp=3",
       // The zoom list replaces the table's level-2 list.
-      R"(boost level 2, 250 ms  \[line 19\]\n +granted +lock \d+, 250 ms\n +PERF_RES_CPUFREQ_MIN_CLUSTER_0 +1500000\n +PERF_RES_CPUFREQ_MIN_CLUSTER_1 +2000000\n +PERF_RES_DRAM_OPP_MIN +3)",
-      R"(ZERO_SHUTTER_LAG\)\n +re-issued +lock 3 )", R"(read only when the library loads)"}},
+      "boost level 2, 250 ms [line 19]\ngranted lock 5, 250 ms\n"
+      "PERF_RES_CPUFREQ_MIN_CLUSTER_0 1500000\nPERF_RES_CPUFREQ_MIN_CLUSTER_1 2000000\n"
+      "PERF_RES_DRAM_OPP_MIN 3\n",
+      "ZERO_SHUTTER_LAG)\nre-issued lock 3 (", "read only when the library loads"}},
 };
 
 void PrintTo(const SessionCase& c, std::ostream* os) {
@@ -88,8 +80,9 @@ TEST_P(ExampleSession, RunsCleanWithItsKeyLinesTraceAndPicture) {
                            "--custom", EXAMPLE_CUSTOM_LIB, "--trace", trace, "--svg", svg});
     ASSERT_EQ(run.status, 0) << run.out << run.err;
     EXPECT_NE(run.out.find("customisation  " EXAMPLE_CUSTOM_LIB), std::string::npos) << run.out;
+    const std::string out = squeeze(run.out);
     for (const auto& line : c.keyLines) {
-        EXPECT_GE(countMatches(run.out, line), 1u) << "missing: " << line << "\n" << run.out;
+        EXPECT_NE(out.find(line), std::string::npos) << "missing: " << line << "\n" << out;
     }
 
     Counters counters = parseCounters(run.out);
@@ -109,8 +102,9 @@ TEST_P(ExampleSession, RunsCleanWithItsKeyLinesTraceAndPicture) {
     std::set<std::string> counterTracks;
     for (const auto& e : root["traceEvents"]) {
         ++phases[e["ph"].asString()];
-        if (e["ph"] == "C")
+        if (e["ph"] == "C") {
             counterTracks.insert(e["name"].asString());
+        }
         if (e["ph"] == "X") {
             EXPECT_TRUE(e["args"]["resources"].isObject());
         }
@@ -120,8 +114,9 @@ TEST_P(ExampleSession, RunsCleanWithItsKeyLinesTraceAndPicture) {
               (std::set<std::string>{"CPU floor, cluster 0", "CPU floor, cluster 1",
                                      "CPU floor, cluster 2", "DRAM operating point floor"}));
 
-    if (!hasXmllint())
+    if (!hasXmllint()) {
         GTEST_SKIP() << "xmllint missing: the SVG was not checked";
+    }
     EXPECT_EQ(std::system(("xmllint --noout " + svg).c_str()), 0);
 }
 
@@ -138,12 +133,10 @@ TEST(Simulate, PropertiesAndJsonConfigurationReachTheController) {
                            "vendor.cam3dev.dvfsmmmode.enable=0"});
     ASSERT_EQ(run.status, 0) << run.out << run.err;
     // enter_cam and config_cam of the configuration become the custom locks.
-    EXPECT_GE(countMatches(run.out, R"(PERF_RES_CPUFREQ_MIN_CLUSTER_0 +1100000)"), 1u) << run.out;
-    EXPECT_GE(
-        countMatches(
-            run.out,
-            R"(configure [^\n]*\n +granted +lock 4, no expiry\n +PERF_RES_CPUFREQ_MIN_CLUSTER_1 +1500000)"),
-        1u);
+    const std::string out = squeeze(run.out);
+    EXPECT_NE(out.find("PERF_RES_CPUFREQ_MIN_CLUSTER_0 1100000"), std::string::npos) << out;
+    EXPECT_NE(out.find("granted lock 4, no expiry\nPERF_RES_CPUFREQ_MIN_CLUSTER_1 1500000"),
+              std::string::npos);
     EXPECT_EQ(run.out.find("PERF_RES_DRAM_DVFS_QOSMM_MODE"), std::string::npos);
 }
 

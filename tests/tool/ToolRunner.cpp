@@ -86,3 +86,30 @@ ToolRun runTool(const std::vector<std::string>& args) {
     unlink(errPath.c_str());
     return run;
 }
+
+std::string squeeze(const std::string& text) {
+    std::string out;
+    for (char c : text) {
+        if (c == ' ' && (out.empty() || out.back() == ' ' || out.back() == '\n'))
+            continue;
+        out += c;
+    }
+    return out;
+}
+
+std::string lineWith(const std::string& text, const std::string& needle) {
+    auto at = text.find(needle);
+    if (at == std::string::npos)
+        return {};
+    auto begin = text.rfind('\n', at);
+    begin = begin == std::string::npos ? 0 : begin + 1;
+    return text.substr(begin, text.find('\n', at) - begin);
+}
+
+size_t occurrences(const std::string& text, const std::string& needle) {
+    size_t count = 0;
+    for (auto at = text.find(needle); at != std::string::npos; at = text.find(needle, at + 1)) {
+        ++count;
+    }
+    return count;
+}
