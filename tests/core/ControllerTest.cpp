@@ -75,6 +75,10 @@ struct LogLevelRow {
     int expected;
 };
 
+void PrintTo(const LogLevelRow& row, std::ostream* os) {
+    *os << row.name;
+}
+
 class ControllerLogLevelTest : public testing::TestWithParam<LogLevelRow> {};
 
 TEST_P(ControllerLogLevelTest, ConstructionSetsFieldsAndReadsTheLogSwitch) {

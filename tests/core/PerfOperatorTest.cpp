@@ -63,6 +63,10 @@ struct StateRow {
     int timeoutAfterExit;
 };
 
+void PrintTo(const StateRow& row, std::ostream* os) {
+    *os << row.name;
+}
+
 class PerfOperatorStateTest : public PerfOperatorTest,
                               public testing::WithParamInterface<StateRow> {};
 
@@ -136,6 +140,10 @@ struct ExtraRow {
     int releasesOnExit;
 };
 
+void PrintTo(const ExtraRow& row, std::ostream* os) {
+    *os << row.name;
+}
+
 class PerfOperatorExtraTest : public PerfOperatorTest,
                               public testing::WithParamInterface<ExtraRow> {};
 
@@ -175,6 +183,10 @@ struct Ending {
     const char* name;
     std::function<void(std::shared_ptr<PerfOperator>)> end;
 };
+
+void PrintTo(const Ending& ending, std::ostream* os) {
+    *os << ending.name;
+}
 
 class PerfOperatorEndingTest : public PerfOperatorTest,
                                public testing::WithParamInterface<std::tuple<Ending, int>> {};
