@@ -138,11 +138,4 @@ std::optional<int64_t> ServiceProbe::nextExpiryUs() const {
         &ctx);
     return ctx.next;
 }
-
-uint64_t ServiceProbe::eventsDropped() const {
-    QvnPerfCounters c{};
-    qvnperf_get_counters(&c);
-    return c.events_dropped;
-}
-
 }  // namespace qvnperfctl

@@ -24,8 +24,6 @@ class ServiceProbe {
     std::vector<LockSummary> leaks() const;
     // When the next timed lock runs out, if any.
     std::optional<int64_t> nextExpiryUs() const;
-    // Events pushed out of the service's log since the start (the timeline misses them).
-    uint64_t eventsDropped() const;
 
   private:
     int64_t mOriginUs;
