@@ -138,4 +138,5 @@ std::optional<int64_t> ServiceProbe::nextExpiryUs() const {
         &ctx);
     return ctx.next;
 }
+
 }  // namespace qvnperfctl
