@@ -123,8 +123,8 @@ class SvgCanvas {
             << "\" font-family=\"sans-serif\" font-size=\"11\">\n"
             << "<title>" << escape(mTitle) << "</title>\n"
             << "<rect width=\"100%\" height=\"100%\" fill=\"white\"/>\n"
-            << "<text x=\"8\" y=\"24\" font-size=\"15\" font-weight=\"bold\">"
-            << escape(mTitle) << "</text>\n"
+            << "<text x=\"8\" y=\"24\" font-size=\"15\" font-weight=\"bold\">" << escape(mTitle)
+            << "</text>\n"
             << mBody.str() << "</svg>\n";
         return svg.str();
     }
