@@ -8,6 +8,9 @@ if(QVNCAM_SANITIZE STREQUAL "address")
   if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
     list(APPEND _san -fsanitize=float-cast-overflow,integer -fno-sanitize=unsigned-integer-overflow,unsigned-shift-base
          -fsanitize-ignorelist=${CMAKE_CURRENT_LIST_DIR}/sanitizer-ignorelist.txt)
+    # A C program linked against the C++ library needs UBSan's C++ part (vptr checks) too,
+    # and that part needs the C++ runtime.
+    add_link_options("$<$<LINK_LANGUAGE:C>:-fsanitize-link-c++-runtime;-lstdc++>")
   else()
     list(APPEND _san -fsanitize=float-cast-overflow)
   endif()
@@ -18,6 +21,15 @@ elseif(QVNCAM_SANITIZE STREQUAL "thread")
   add_link_options(-fsanitize=thread)
 elseif(NOT QVNCAM_SANITIZE STREQUAL "")
   message(FATAL_ERROR "QVNCAM_SANITIZE must be address, thread or empty")
+endif()
+
+# With clang, ASan's runtime as a shared library: tests that wrap dlopen/dlsym (-Wl,--wrap)
+# must not catch the runtime's own calls, made before anything of theirs is initialised.
+# (TSan's shared runtime does not start before libstdc++ on this toolchain: it stays static.)
+if(QVNCAM_SANITIZE STREQUAL "address" AND CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+  execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-runtime-dir
+                  OUTPUT_VARIABLE _san_rt_dir OUTPUT_STRIP_TRAILING_WHITESPACE)
+  add_link_options(-shared-libsan -Wl,-rpath,${_san_rt_dir})
 endif()
 
 # Fuzzing: coverage feedback from every object of the build, not only the fuzz targets.
