@@ -1,70 +1,103 @@
-// qvnperfctl check-config on a clean and on faulty configurations.
+// qvnperfctl check-config and resources, and the command line every command shares.
 
-#include <gtest/gtest.h>
+#include <algorithm>
 
 #include "ToolRunner.h"
 
 namespace {
 
-TEST(CheckConfig, TheExampleConfigurationIsClean) {
-    std::string path = std::string(EXAMPLES_DIR) + "/config/perf_config.json";
-    ToolRun run = runTool({"check-config", path});
-    EXPECT_EQ(run.status, 0) << run.out << run.err;
-    EXPECT_EQ(run.out, path + ": ok\n");
-}
-
 TEST(CheckConfig, FindsEveryKindOfProblemWithItsLine) {
     const std::string path = TOOL_TEST_DATA "/faulty_config.json";
+    // clang-format off
     const std::pair<int, std::string> expected[] = {
-        {4,
-         "\"PERF_RES_CPUFREQ_MIN_CLUSTER_9\" in \"enter_cam\" is not a resource of the "
-         "vocabulary"},
-        {5,
-         "\"PERF_RES_NET_WIFI_TX_BOOST\" in \"enter_cam\" is not permitted in "
-         "configuration"},
-        {6,
-         "value of \"PERF_RES_CPUFREQ_MIN_CLUSTER_1\" must be an integer, not a number "
-         "with a fraction"},
-        {7, "value of \"PERF_RES_CPUFREQ_MIN_CLUSTER_2\" must be an integer, not a string"},
-        {8, "value 4294967296 of \"PERF_RES_DRAM_OPP_MIN\" does not fit in 32 bits"},
-        {9,
-         "duplicate name \"PERF_RES_CPUFREQ_MIN_CLUSTER_0\" in \"enter_cam\" (first at "
-         "line 3"},
-        {11, "\"config_cam\" must be an object, not an array"},
-        {12, "unknown top-level member \"enter_cam_typo\""},
-        {13, "duplicate name \"enter_cam_typo\" in the top level (first at line 12"},
-    };
-    ToolRun run = runTool({"check-config", path});
+        {4, R"("PERF_RES_CPUFREQ_MIN_CLUSTER_9" in "enter_cam" is not a resource of the)"},
+        {5, R"("PERF_RES_NET_WIFI_TX_BOOST" in "enter_cam" is not permitted in configuration)"},
+        {6, R"(value of "PERF_RES_CPUFREQ_MIN_CLUSTER_1" must be an integer, not a number with a)"},
+        {7, R"(value of "PERF_RES_CPUFREQ_MIN_CLUSTER_2" must be an integer, not a string)"},
+        {8, R"(value 4294967296 of "PERF_RES_DRAM_OPP_MIN" does not fit in 32 bits)"},
+        {9, R"(duplicate name "PERF_RES_CPUFREQ_MIN_CLUSTER_0" in "enter_cam" (first at line 3)"},
+        {11, R"("config_cam" must be an object, not an array)"},
+        {12, R"(unknown top-level member "enter_cam_typo")"},
+        {13, R"(duplicate name "enter_cam_typo" in the top level (first at line 12)"},
+        {13, R"(unknown top-level member "enter_cam_typo")"}};
+    // clang-format on
+    const ToolRun run = runTool({"check-config", path});
     EXPECT_EQ(run.status, 1);
+    size_t at = 0;  // in this order, and nothing else
     for (const auto& [line, message] : expected) {
-        std::string wanted = path + ":" + std::to_string(line) + ": " + message;
-        EXPECT_NE(run.out.find(wanted), std::string::npos) << "missing: " << wanted << "\n"
-                                                           << run.out;
+        at = run.out.find(path + ":" + std::to_string(line) + ": " + message, at);
+        EXPECT_NE(at, std::string::npos) << line << ": " << message << "\n" << run.out;
     }
-    // Nothing else: the known-good members on lines 3 and 11's siblings pass.
-    EXPECT_NE(run.out.find(path + ": 10 problems\n"), std::string::npos) << run.out;
+    EXPECT_EQ(std::count(run.out.begin(), run.out.end(), '\n'), 11) << run.out;
+    EXPECT_THAT(run.out, testing::EndsWith(path + ": 10 problems\n"));
 }
 
-TEST(CheckConfig, MalformedOrMisshapenFilesAreProblemsAndMissingFilesUsageErrors) {
-    ToolRun truncated = runTool({"check-config", TOOL_TEST_DATA "/truncated_config.json"});
-    EXPECT_EQ(truncated.status, 1);
-    EXPECT_NE(truncated.out.find("truncated_config.json:4: not valid JSON"), std::string::npos)
-        << truncated.out;
+TEST(CheckConfig, CleanMalformedAndMisshapenFiles) {
+    const std::pair<std::string, const char*> cases[] = {
+        {EXAMPLES_DIR "/config/perf_config.json", ": ok\n"},
+        {tempPath("c.json",
+                  "{\n  \"enter_cam\": {\n    \"PERF_RES_CPUFREQ_MIN_CLUSTER_0\": 1,\n  }\n}\n"),
+         ":4: not valid JSON"},
+        {tempPath("c.json", "\n[ 1 ]\n"), ":2: the top level must be an object"},
+        {tempPath("c.json", "{}\n\n}\n"), ":3: not valid JSON"}};
+    for (const auto& [path, verdict] : cases) {
+        const ToolRun run = runTool({"check-config", path});
+        EXPECT_EQ(run.status, std::string(verdict) == ": ok\n" ? 0 : 1) << run.out << run.err;
+        EXPECT_THAT(run.out, testing::StartsWith(path + verdict));
+    }
+}
 
-    std::string array = writeTemp("array.json", "\n[ 1 ]\n");
-    ToolRun top = runTool({"check-config", array});
-    EXPECT_EQ(top.status, 1);
-    EXPECT_NE(top.out.find(array + ":2: the top level must be an object"), std::string::npos)
-        << top.out;
+TEST(Resources, LooksUpByNameOrIdWithItsRuleAndWhetherConfigurationMayNameIt) {
+    const ToolRun run =
+        runTool({"resources", "PERF_RES_CPUFREQ_MIN_CLUSTER_0", "cpufreq_max_cluster_2",
+                 "PERF_RES_NOPE", "0x1404100", "4194304", "0x12", "PERF_RES_NET_WIFI_TX_BOOST"});
+    EXPECT_EQ(run.status, 1);  // the unknown ones are reported, the rest still listed
+    EXPECT_EQ(run.err,
+              "qvnperfctl resources: PERF_RES_NOPE: not in the vocabulary\n"
+              "qvnperfctl resources: 0x12: not in the vocabulary\n");
+    EXPECT_EQ(squeeze(run.out),
+              "ID NAME RULE CONFIG\n"
+              "0x00400000 PERF_RES_CPUFREQ_MIN_CLUSTER_0 floor permitted\n"
+              "0x00404200 PERF_RES_CPUFREQ_MAX_CLUSTER_2 cap permitted\n"
+              "0x01404100 PERF_RES_SCHED_PREFER_IDLE_FG latest permitted\n"
+              "0x00400000 PERF_RES_CPUFREQ_MIN_CLUSTER_0 floor permitted\n"
+              "0x02800200 PERF_RES_NET_WIFI_TX_BOOST floor -\n");
+}
 
-    std::string trailing = writeTemp("trailing.json", "{}\n\n}\n");
-    EXPECT_NE(runTool({"check-config", trailing}).out.find(trailing + ":3: not valid JSON"),
-              std::string::npos);
+TEST(Resources, ListsAClassWithItsPermittedOnesMarkedAndSumsUpTheVocabulary) {
+    const ToolRun net = runTool({"resources", "net"}), cfp = runTool({"resources", "CFP"});
+    EXPECT_EQ(std::count(net.out.begin(), net.out.end(), '\n'), 20);  // with the header
+    EXPECT_THAT(net.out, testing::Not(HasSubstr("permitted")));
+    EXPECT_EQ(std::count(cfp.out.begin(), cfp.out.end(), '\n'), 9);
+    EXPECT_EQ(cfp.out.find("permitted"), cfp.out.rfind("permitted"));
+    EXPECT_THAT(squeeze(cfp.out), HasSubstr(" PERF_RES_CFP_ENABLE latest permitted\n"));
+    EXPECT_THAT(squeeze(runTool({"resources"}).out), HasSubstr("\ntotal 392 266\n"));
+}
 
-    ToolRun missing = runTool({"check-config", "/nonexistent/config.json"});
-    EXPECT_EQ(missing.status, 2);
-    EXPECT_NE(missing.err.find("cannot read /nonexistent/config.json"), std::string::npos);
-    EXPECT_EQ(runTool({"check-config"}).status, 2);
+TEST(Cli, EveryCommandHasHelpAndUsageErrorsExitWithTwo) {
+    for (const char* command : {"simulate", "check-config", "resources"}) {
+        const ToolRun run = runTool({command, "--help"});
+        EXPECT_EQ(run.status, 0);
+        EXPECT_THAT(run.out, testing::StartsWith(std::string("usage: qvnperfctl ") + command));
+    }
+    const std::string session = EXAMPLES_DIR "/sessions/preview.json";
+    // clang-format off
+    const std::pair<std::vector<std::string>, std::string> cases[] = {
+        {{}, "usage: qvnperfctl COMMAND"},
+        {{"frobnicate"}, "qvnperfctl: unknown command 'frobnicate'"},
+        {{"check-config", "/nonexistent/c.json"}, "check-config: cannot read /nonexistent/c.json"},
+        {{"simulate", "/nonexistent/s.json"}, "simulate: cannot read /nonexistent/s.json"},
+        {{"simulate", session, "--bogus"}, "simulate: unknown option --bogus"},
+        {{"simulate", session, "--prop", "NOEQUALS"}, "simulate: --prop needs NAME=VALUE"},
+        {{"simulate", session, "--custom", "/nonexistent/l.so"}, "cannot read /nonexistent/l.so"},
+        {{"simulate", session, "--trace", "/nonexistent/t.json"}, "cannot write /nonexistent/t"}};
+    // clang-format on
+    for (const auto& [args, message] : cases) {
+        const ToolRun run = runTool(args);
+        EXPECT_EQ(run.status, 2) << message;
+        EXPECT_THAT(run.err, HasSubstr(message));
+        EXPECT_EQ(run.out, "");
+    }
 }
 
 }  // namespace

@@ -2,26 +2,60 @@
 
 // Runs the qvnperfctl binary as a user would and captures what it prints.
 
+#include <gmock/gmock.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <string>
 #include <vector>
 
+using testing::HasSubstr;
+
 struct ToolRun {
-    int status = -1;  // exit status, -1 when it did not exit normally
-    std::string out;
-    std::string err;
+    int status;  // exit status, -1 when the tool did not exit normally
+    std::string out, err;
 };
 
-ToolRun runTool(const std::vector<std::string>& args);
+inline std::string readText(const std::string& path) {
+    std::ifstream in(path);
+    return {std::istreambuf_iterator<char>(in), {}};
+}
 
-// A fresh file path in the test's temporary directory.
-std::string tempPath(const std::string& name);
-// Writes `text` to a fresh temporary file and returns its path.
-std::string writeTemp(const std::string& name, const std::string& text);
+// A fresh path in this process's scratch directory, which goes when the process ends; the
+// file is written when `text` is given.
+inline std::string tempPath(const std::string& name, const char* text = nullptr) {
+    static const struct Dir {
+        std::string path = testing::TempDir() + "qvnperfctl_test." + std::to_string(getpid());
+        Dir() { std::filesystem::create_directories(path); }
+        ~Dir() { std::filesystem::remove_all(path); }
+    } dir;
+    static int counter = 0;
+    const std::string path = dir.path + "/" + std::to_string(++counter) + "_" + name;
+    if (text != nullptr)
+        std::ofstream(path) << text;
+    return path;
+}
+
+// The arguments are quoted for the shell; none of ours holds a quote.
+inline ToolRun runTool(const std::vector<std::string>& args) {
+    std::string command = QVNPERFCTL_PATH;
+    for (const std::string& arg : args)
+        command += " '" + arg + "'";
+    const std::string out = tempPath("stdout"), err = tempPath("stderr");
+    const int status = std::system((command + " >" + out + " 2>" + err).c_str());
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, readText(out), readText(err)};
+}
 
 // `text` with runs of blanks made one and blanks at line starts dropped, so that
 // expectations need not spell out the column layout.
-std::string squeeze(const std::string& text);
-// The line of `text` holding `needle`, without its newline; empty when none does.
-std::string lineWith(const std::string& text, const std::string& needle);
-// How many times `needle` occurs in `text`.
-size_t occurrences(const std::string& text, const std::string& needle);
+inline std::string squeeze(const std::string& text) {
+    std::string out;
+    for (char c : text)
+        if (c != ' ' || (!out.empty() && out.back() != ' ' && out.back() != '\n'))
+            out += c;
+    return out;
+}
