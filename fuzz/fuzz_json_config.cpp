@@ -35,15 +35,15 @@ Cam3PerfCtrlImp* gCtrl = nullptr;
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
     fuzzsupport::quietController();
-    qvncam::host::setProperty("vendor.cam3perfctrl.enablejson", "1");
+    fuzzsupport::setProperty("vendor.cam3perfctrl.enablejson", "1");
+    fuzzsupport::setProperty("vendor.debug.qvncam.perfjson", fuzzsupport::scratchPath("json"));
     gCtrl = new Cam3PerfCtrlImp;
     Cam3PerfCtrlImpTestPeer::setCustomisation(*gCtrl, enterFn, configFn, runtimeFn);
     return 0;
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    const std::string path = fuzzsupport::writeInput("json", data, size);
-    qvncam::host::setProperty("vendor.debug.qvncam.perfjson", path);
+    fuzzsupport::writeInput("json", data, size);
     auto enter = gCtrl->enterPerfCtrl_EnterCamera(0);
     if (!enter || !enter->getPerfOperator()) {
         __builtin_trap();  // the holder and its custom slot always exist

@@ -1,0 +1,30 @@
+#pragma once
+
+// The parts of the fuzz set-up that both platforms share.
+
+#include "FuzzSupport.h"
+#include "PerfOperatorImp.h"
+#include "ULogger.h"
+
+namespace fuzzsupport {
+
+inline int grantLock(int handle, int /*duration*/, int* /*list*/, int /*numArgs*/) {
+    return handle > 0 ? handle : 1;
+}
+inline int releaseLock(int /*handle*/) {
+    return 0;
+}
+
+inline void quietControllerCommon() {
+    using NSCam::NSCamFeature::NSCamPerfCtrl::PerfOperatorImp;
+    PerfOperatorImp::mfnLockAcq.store(grantLock);
+    PerfOperatorImp::mfnLockRel.store(releaseLock);
+    // Debug level and mask on; mode 2: the unified logger's sink only.
+    setProperty("vendor.debug.qvncam.ulog.detail", "5");
+    setProperty("vendor.debug.qvncam.ulog.mask", "0x1001000");
+    setProperty("vendor.debug.qvncam.ulog.mode", "2");
+    setProperty("vendor.cam3perfctrl.log", "1");
+    NSCam::Utils::ULog::ULogger::reload();
+}
+
+}  // namespace fuzzsupport
