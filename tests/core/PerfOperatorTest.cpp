@@ -1,28 +1,26 @@
-// The perf operator against the recording power-service client.
+// The perf operator and its holders against the recording power-service client.
 
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <cstdio>
-#include <cstdlib>
-#include <functional>
-#include <memory>
-#include <set>
+#include <fstream>
+#include <sstream>
 #include <thread>
+#include <tuple>
 
 #include "CoreTestSupport.h"
-#include "PerfCtrlHelper.h"
 #include "PerfOperatorImp.h"
 #include "doubles/RecordingPowerClient.h"
 
 using namespace NSCam::NSCamFeature::NSCamPerfCtrl;
-using coretest::TraceEvent;
 
 namespace {
 
-const std::vector<int> kCmds = {0x400000, 1, 0x400100, 2};
+// A resource the debug listing names, then an id it does not know.
+const std::vector<int> kCmds = {0x414000, 7, 0x7fffff00, 9};
 
-class PerfOperatorTest : public testing::Test {
+class OperatorTest : public testing::Test {
   protected:
     void SetUp() override {
         qvncam::host::clearAllProperties();
@@ -31,383 +29,178 @@ class PerfOperatorTest : public testing::Test {
     }
 };
 
-int handleOf(size_t acquireIndex) {
-    return recpower::acquires().at(acquireIndex).result;
+// A held, timed lock; handles count up from 1 in creation order.
+std::shared_ptr<PerfOperator> makeOp() {
+    return std::make_shared<PerfOperatorImp>(kCmds, 60000, "holder");
 }
 
-}  // namespace
-
-TEST_F(PerfOperatorTest, ForwardsListDurationAndIntCount) {
-    const std::vector<std::vector<int>> lists = {{}, {0x400000, 7}, {0x400000, 7, 0x400100}};
-    for (const auto& list : lists) {
-        recpower::reset();
-        PerfOperatorImp op(list, 250, "fwd");
-        auto acq = recpower::acquires();
-        ASSERT_EQ(acq.size(), 1u);
-        EXPECT_EQ(acq[0].handleIn, 0);
-        EXPECT_EQ(acq[0].duration, 250);
-        EXPECT_EQ(acq[0].list, list);  // the count is of ints, odd or not
-        EXPECT_EQ(op.getTimeoutInMilli(), 250);
-    }
+void setTraceAndLogLevel(bool cameraTrace, int logLevel) {
+    qvncam::host::setProperty("debug.atrace.tags.enableflags", cameraTrace ? "0x400" : "0");
+    qvncam::host::setProperty("vendor.cam3perfctrl.log", std::to_string(logLevel));
 }
 
+// The slices in this process's own trace file.
+std::string traceOf(const std::string& path) {
+    std::stringstream in;
+    in << std::ifstream(path).rdbuf();
+    return in.str();
+}
+
+// failures: "Failed to allocate handle!" from construction and perform_extra; releases: by
+// exit, exit again and destruction; the *After columns: after exit.
 struct StateRow {
     const char* name;
     RecPowerMode mode;
-    int timeout;
-    bool alive;          // right after construction
-    bool detaches;       // result of detach()
-    bool failedLogged;   // "Failed to allocate handle!"
-    int releasesOnExit;  // perf_lock_rel calls made by exit()
-    bool aliveAfterExit;
-    int timeoutAfterExit;
+    int timeout, failures, releases, timeoutAfter;
+    bool reissued, alive, detaches, aliveAfter;  // perform_extra's and detach()'s results
+    friend void PrintTo(const StateRow& row, std::ostream* os) { *os << row.name; }
 };
 
-void PrintTo(const StateRow& row, std::ostream* os) {
-    *os << row.name;
-}
+class OperatorStateTest : public OperatorTest, public testing::WithParamInterface<StateRow> {};
 
-class PerfOperatorStateTest : public PerfOperatorTest,
-                              public testing::WithParamInterface<StateRow> {};
+}  // namespace
 
-TEST_P(PerfOperatorStateTest, FollowsTheLifecycle) {
+TEST_P(OperatorStateTest, FollowsTheLifecycle) {
     const StateRow& row = GetParam();
     recpower::setMode(row.mode);
-    testing::internal::CaptureStderr();
-    PerfOperatorImp op(kCmds, row.timeout, "state");
-    const std::string err = testing::internal::GetCapturedStderr();
-
-    EXPECT_EQ(coretest::countLog(err, 'E', "Cam3PerfCtrl", "Failed to allocate handle!"),
-              row.failedLogged ? 1 : 0)
-        << err;
-    EXPECT_EQ(op.isAlive(), row.alive);
-    EXPECT_EQ(op.detach(), row.detaches);
-    EXPECT_TRUE(op.exit());
-    EXPECT_EQ(static_cast<int>(recpower::releases().size()), row.releasesOnExit);
-    EXPECT_EQ(op.isAlive(), row.aliveAfterExit);
-    EXPECT_EQ(op.getTimeoutInMilli(), row.timeoutAfterExit);
-    EXPECT_TRUE(op.exit());  // a second exit changes nothing
-    EXPECT_EQ(static_cast<int>(recpower::releases().size()), row.releasesOnExit);
-    EXPECT_EQ(recpower::badReleases(), 0);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    States, PerfOperatorStateTest,
-    testing::Values(
-        // name, mode, timeout, alive, detaches, failed, releases, aliveAfter, timeoutAfter
-        StateRow{"HeldNoExpiry", RECPOWER_GRANT_ALL, 0, true, false, false, 1, false, -1},
-        // detached: exit leaves the lock to the service
-        StateRow{"HeldTimedDetached", RECPOWER_GRANT_ALL, 60000, true, true, false, 0, true, 60000},
-        StateRow{"FailedTimed", RECPOWER_REFUSE_ALL, 60000, false, false, true, 0, false, 60000},
-        StateRow{"FailedNoExpiry", RECPOWER_REFUSE_ALL, 0, false, false, true, 0, false, 0}),
-    [](const testing::TestParamInfo<StateRow>& info) { return info.param.name; });
-
-TEST_F(PerfOperatorTest, ReleasedOperatorCannotBeDetached) {
-    PerfOperatorImp op(kCmds, 60000, "released");
-    EXPECT_TRUE(op.exit());
-    EXPECT_FALSE(op.detach());
-    EXPECT_EQ(recpower::releasesOf(handleOf(0)), 1);
-}
-
-TEST_F(PerfOperatorTest, AliveFollowsTheClock) {
-    const int timeoutMs = 100;
-    for (bool detached : {false, true}) {
-        recpower::reset();
-        const auto start = std::chrono::steady_clock::now();
-        PerfOperatorImp op(kCmds, timeoutMs, "clock");
-        if (detached) {
-            ASSERT_TRUE(op.detach());
-        }
-        const bool aliveEarly = op.isAlive();
-        if (std::chrono::steady_clock::now() - start < std::chrono::milliseconds(timeoutMs / 2)) {
-            EXPECT_TRUE(aliveEarly);
-        }
-        std::this_thread::sleep_until(start + std::chrono::milliseconds(timeoutMs + 100));
-        EXPECT_FALSE(op.isAlive());
-        // Expiry is the service's business: nothing was released on the way.
-        EXPECT_TRUE(recpower::releases().empty());
-        EXPECT_EQ(op.getTimeoutInMilli(), timeoutMs);
-        op.exit();
-        EXPECT_EQ(recpower::releasesOf(handleOf(0)), detached ? 0 : 1);
-    }
-}
-
-struct ExtraRow {
-    const char* name;
-    RecPowerMode mode;
-    bool result;
-    bool aliveAfter;
-    int releasesOnExit;
-};
-
-void PrintTo(const ExtraRow& row, std::ostream* os) {
-    *os << row.name;
-}
-
-class PerfOperatorExtraTest : public PerfOperatorTest,
-                              public testing::WithParamInterface<ExtraRow> {};
-
-TEST_P(PerfOperatorExtraTest, ReissuesWithTheHeldHandle) {
-    const ExtraRow& row = GetParam();
-    recpower::setMode(row.mode);
-    PerfOperatorImp op(kCmds, 500, "extra");
-    const int held = handleOf(0);
-    ASSERT_GE(held, 1);
-
     const std::vector<int> more = {0x400200, 3};
     testing::internal::CaptureStderr();
-    EXPECT_EQ(op.perform_extra(more), row.result);
+    auto op = std::make_unique<PerfOperatorImp>(kCmds, row.timeout, "state");
+    EXPECT_EQ(op->perform_extra(more), row.reissued);
     const std::string err = testing::internal::GetCapturedStderr();
-
-    auto acq = recpower::acquires();
-    ASSERT_EQ(acq.size(), 2u);
-    EXPECT_EQ(acq[1].handleIn, held);
-    EXPECT_EQ(acq[1].duration, 500);
-    EXPECT_EQ(acq[1].list, more);
     EXPECT_EQ(coretest::countLog(err, 'E', "Cam3PerfCtrl", "Failed to allocate handle!"),
-              row.result ? 0 : 1)
+              row.failures)
         << err;
-    EXPECT_EQ(op.isAlive(), row.aliveAfter);
-    op.exit();
-    EXPECT_EQ(static_cast<int>(recpower::releases().size()), row.releasesOnExit);
+    // Lists go as they are, counted in ints; the re-issue names the held handle.
+    const auto acq = recpower::acquires();
+    ASSERT_EQ(acq.size(), 2u);
+    EXPECT_EQ(std::make_tuple(acq[0].handleIn, acq[0].duration, acq[0].list),
+              std::make_tuple(0, row.timeout, kCmds));
+    EXPECT_EQ(std::make_tuple(acq[1].handleIn, acq[1].duration, acq[1].list),
+              std::make_tuple(acq[0].result, row.timeout, more));
+
+    EXPECT_EQ(op->isAlive(), row.alive);
+    EXPECT_EQ(op->detach(), row.detaches);
+    EXPECT_TRUE(op->exit());
+    EXPECT_TRUE(op->exit());
+    EXPECT_EQ(op->isAlive(), row.aliveAfter);
+    EXPECT_EQ(op->getTimeoutInMilli(), row.timeoutAfter);
+    op.reset();
+    EXPECT_EQ(static_cast<int>(recpower::releases().size()), row.releases);
+    EXPECT_EQ(recpower::badReleases(), 0);
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Reissue, PerfOperatorExtraTest,
-    testing::Values(ExtraRow{"Granted", RECPOWER_GRANT_ALL, true, true, 1},
-                    ExtraRow{"Refused", RECPOWER_REFUSE_EVERY_OTHER, false, false, 0}),
-    [](const testing::TestParamInfo<ExtraRow>& info) { return info.param.name; });
+    States, OperatorStateTest,
+    testing::Values(
+        // name, mode, timeout, failures, releases, timeoutAfter, reissued, alive, detaches,
+        // aliveAfter
+        StateRow{"HeldNoExpiry", RECPOWER_GRANT_ALL, 0, 0, 1, -1, true, true, false, false},
+        // detached: neither exit nor destruction gives the lock back
+        StateRow{"Detached", RECPOWER_GRANT_ALL, 60000, 0, 0, 60000, true, true, true, true},
+        // the service refuses the re-issue: the operator turns failed, its lock is the service's
+        StateRow{"Refused", RECPOWER_REFUSE_EVERY_OTHER, 0, 1, 0, 0, false, false, false, false},
+        StateRow{"Failed", RECPOWER_REFUSE_ALL, 60000, 2, 0, 60000, false, false, false, false}),
+    [](const testing::TestParamInfo<StateRow>& info) { return info.param.name; });
 
-// However an operator ends, a held, non-detached lock is released exactly once.
-struct Ending {
-    const char* name;
-    std::function<void(std::shared_ptr<PerfOperator>)> end;
-};
-
-void PrintTo(const Ending& ending, std::ostream* os) {
-    *os << ending.name;
-}
-
-class PerfOperatorEndingTest : public PerfOperatorTest,
-                               public testing::WithParamInterface<std::tuple<Ending, int>> {};
-
-TEST_P(PerfOperatorEndingTest, ReleasesExactlyOnce) {
-    const Ending& ending = std::get<0>(GetParam());
-    const int timeout = std::get<1>(GetParam());
-    ending.end(std::make_shared<PerfOperatorImp>(kCmds, timeout, "ending"));
-    const int h = handleOf(0);
-    EXPECT_EQ(recpower::releasesOf(h), 1);
-    EXPECT_TRUE(recpower::live().empty());
-    EXPECT_EQ(recpower::badReleases(), 0);
-}
-
-const Ending kEndings[] = {
-    {"Exit", [](std::shared_ptr<PerfOperator> op) { op->exit(); }},
-    {"Destruction", [](std::shared_ptr<PerfOperator> op) { op.reset(); }},
-    {"ExitTwiceThenDestruction",
-     [](std::shared_ptr<PerfOperator> op) {
-         op->exit();
-         op->exit();
-     }},
-    {"PhaseHolderExit",
-     [](std::shared_ptr<PerfOperator> op) {
-         auto holder = std::make_shared<PerfOperatorHolderImp>();
-         holder->push_back(std::move(op));
-         holder->exit();
-         EXPECT_EQ(recpower::releases().size(), 1u);
-     }},
-    {"PhaseHolderDrop",
-     [](std::shared_ptr<PerfOperator> op) {
-         auto holder = std::make_shared<PerfOperatorHolderImp>();
-         holder->push_back(op);
-         holder->setCustomHolder(std::move(op));
-         holder->exit();
-         EXPECT_TRUE(recpower::releases().empty());  // still the custom operator
-     }},
-    {"InflightDone",
-     [](std::shared_ptr<PerfOperator> op) {
-         auto holder = std::make_shared<InflightOperatorHolderImp>();
-         holder->insert(7, std::move(op));
-         holder->notifyRequestDone(7);
-         EXPECT_EQ(recpower::releases().size(), 1u);
-         holder->notifyRequestDone(7);
-     }},
-    {"InflightExit",
-     [](std::shared_ptr<PerfOperator> op) {
-         auto holder = std::make_shared<InflightOperatorHolderImp>();
-         holder->insert(7, std::move(op));
-         holder->exit();
-         EXPECT_EQ(recpower::releases().size(), 1u);
-     }},
-    {"InflightDrop",
-     [](std::shared_ptr<PerfOperator> op) {
-         auto holder = std::make_shared<InflightOperatorHolderImp>();
-         holder->insert(7, std::move(op));
-     }},
-    {"SharedOwnerOutlivesHolder",
-     [](std::shared_ptr<PerfOperator> op) {
-         auto holder = std::make_shared<PerfOperatorHolderImp>();
-         holder->push_back(op);
-         holder.reset();
-         EXPECT_TRUE(recpower::releases().empty());
-         EXPECT_TRUE(op->isAlive());
-     }},
-};
-
-INSTANTIATE_TEST_SUITE_P(Endings, PerfOperatorEndingTest,
-                         testing::Combine(testing::ValuesIn(kEndings), testing::Values(0, 60000)),
-                         [](const testing::TestParamInfo<std::tuple<Ending, int>>& info) {
-                             return std::string(std::get<0>(info.param).name) +
-                                    (std::get<1>(info.param) == 0 ? "_NoExpiry" : "_Timed");
-                         });
-
-TEST_F(PerfOperatorTest, DetachedLockIsNeverReleasedByTheOperator) {
-    auto op = std::make_shared<PerfOperatorImp>(kCmds, 60000, "detached");
-    ASSERT_TRUE(op->detach());
-    auto holder = std::make_shared<InflightOperatorHolderImp>();
-    holder->insert(1, op);
-    op.reset();
-    holder.reset();
-    EXPECT_TRUE(recpower::releases().empty());
-    EXPECT_EQ(recpower::live().size(), 1u);
-}
-
-// Trace slices and cookies.
-
-// Each test process writes its slices to a file of its own, set before any thread runs.
-class PerfOperatorTraceTest : public PerfOperatorTest {
-  protected:
-    void SetUp() override {
-        PerfOperatorTest::SetUp();
-        mPath = testing::TempDir() + "qvncam_core_trace_" + std::to_string(getpid());
-        std::remove(mPath.c_str());
-        ASSERT_EQ(setenv("QVNCAM_TRACE_FILE", mPath.c_str(), 1), 0);
+TEST_F(OperatorTest, AliveFollowsTheClockAndExpiryReleasesNothing) {
+    for (bool detach : {false, true}) {
+        const auto start = std::chrono::steady_clock::now();
+        PerfOperatorImp op(kCmds, 100, "clock");
+        EXPECT_EQ(detach && op.detach(), detach);  // detaches only in the second round
+        std::this_thread::sleep_until(start + std::chrono::milliseconds(200));
+        EXPECT_FALSE(op.isAlive());
+        EXPECT_EQ(op.getTimeoutInMilli(), 100);
+        op.exit();
+        EXPECT_EQ(op.detach(), detach);  // a released lock cannot be detached
     }
-    void TearDown() override { std::remove(mPath.c_str()); }
-
-    std::string mPath;
-};
-
-TEST_F(PerfOperatorTraceTest, LevelZeroDrawsNoCookieAndTracesNothing) {
-    coretest::setCameraTrace(true);
-    {
-        PerfOperatorImp timed(kCmds, 30, "quiet");
-        PerfOperatorImp forever(kCmds, 0, "quiet");
-    }
-    EXPECT_TRUE(coretest::traceEvents().empty());
-
-    coretest::setPerfLogLevel(1);
-    { PerfOperatorImp op(kCmds, 0, "loud"); }
-    const std::vector<TraceEvent> expected = {{'S', "Cam3PerfCtrl:loud", 0},
-                                              {'F', "Cam3PerfCtrl:loud", 0}};
-    EXPECT_EQ(coretest::traceEvents(), expected);
+    EXPECT_EQ(recpower::releases(), std::vector<int>{1});
 }
 
-TEST_F(PerfOperatorTraceTest, LevelOneTracesEachOperatorWithItsOwnCookie) {
-    coretest::setCameraTrace(true);
-    coretest::setPerfLogLevel(1);
-    PerfOperatorImp first(kCmds, 0, "alpha");
-    {
-        PerfOperatorImp second(kCmds, 0, nullptr);
-        second.exit();
-    }
-    first.exit();
-    const std::vector<TraceEvent> expected = {
-        {'S', "Cam3PerfCtrl:alpha", 0},
-        {'S', "Cam3PerfCtrl:_null_user_name_", 1},
-        {'F', "Cam3PerfCtrl:_null_user_name_", 1},
-        {'F', "Cam3PerfCtrl:alpha", 0},
-    };
-    EXPECT_EQ(coretest::traceEvents(), expected);
-}
-
-TEST_F(PerfOperatorTraceTest, CookiesAreDrawnWithTheTraceTagOff) {
-    coretest::setPerfLogLevel(1);
-    coretest::setCameraTrace(false);
-    { PerfOperatorImp op(kCmds, 0, "untraced"); }
-    EXPECT_TRUE(coretest::traceEvents().empty());
-    coretest::setCameraTrace(true);
-    { PerfOperatorImp op(kCmds, 0, "traced"); }
-    const std::vector<TraceEvent> expected = {{'S', "Cam3PerfCtrl:traced", 1},
-                                              {'F', "Cam3PerfCtrl:traced", 1}};
-    EXPECT_EQ(coretest::traceEvents(), expected);
-}
-
-TEST_F(PerfOperatorTraceTest, TimerClosesTheSliceWithoutReleasingTheLock) {
-    coretest::setCameraTrace(true);
-    coretest::setPerfLogLevel(1);
-    auto op = std::make_unique<PerfOperatorImp>(kCmds, 30, "timed");
-    const TraceEvent begin{'S', "Cam3PerfCtrl:timed", 0};
-    const TraceEvent end{'F', "Cam3PerfCtrl:timed", 0};
-    ASSERT_TRUE(coretest::waitFor([&] { return coretest::traceEvents().size() >= 2; }));
-    EXPECT_EQ(coretest::traceEvents(), (std::vector<TraceEvent>{begin, end}));
-    EXPECT_TRUE(recpower::releases().empty());
-    EXPECT_FALSE(op->isAlive());
-
-    // exit still gives the lock back and ends the slice once more
-    op.reset();
-    EXPECT_EQ(recpower::releases().size(), 1u);
-    EXPECT_EQ(coretest::traceEvents(), (std::vector<TraceEvent>{begin, end, end}));
-}
-
-TEST_F(PerfOperatorTraceTest, ConcurrentOperatorsGetDistinctCookies) {
-    coretest::setCameraTrace(true);
-    coretest::setPerfLogLevel(1);
-    constexpr int kThreads = 4;
-    constexpr int kPerThread = 25;
-    std::atomic<bool> go{false};
-    std::vector<std::thread> threads;
-    for (int t = 0; t < kThreads; ++t) {
-        threads.emplace_back([&go] {
-            while (!go.load(std::memory_order_acquire)) {
-                std::this_thread::yield();
-            }
-            for (int i = 0; i < kPerThread; ++i) {
-                PerfOperatorImp op(kCmds, 0, "race");
-            }
-        });
-    }
-    go.store(true, std::memory_order_release);
-    for (auto& t : threads) {
-        t.join();
-    }
-    std::set<int> cookies;
-    for (const auto& e : coretest::traceEvents()) {
-        if (e.kind == 'S') {
-            cookies.insert(e.cookie);
-        }
-    }
-    EXPECT_EQ(cookies.size(), static_cast<size_t>(kThreads * kPerThread));
-    EXPECT_EQ(*cookies.begin(), 0);
-    EXPECT_EQ(*cookies.rbegin(), kThreads * kPerThread - 1);
-    EXPECT_EQ(recpower::releases().size(), static_cast<size_t>(kThreads * kPerThread));
-    EXPECT_TRUE(recpower::live().empty());
-    EXPECT_EQ(recpower::badReleases(), 0);
-}
-
-// Debug listing.
-
-TEST_F(PerfOperatorTest, DebugListingNamesEachResourceAtLevelOne) {
-    ASSERT_FALSE(PerfCtrlHelper::PowerEnumToStringMap.empty());
-    const auto& known = *PerfCtrlHelper::PowerEnumToStringMap.begin();
-    int unknown = 0x7fffff00;
-    while (PerfCtrlHelper::PowerEnumToStringMap.count(unknown) != 0) {
-        unknown -= 0x100;
-    }
+TEST_F(OperatorTest, TracesListsAndDrawsCookiesOnlyFromLevelOne) {
+    const std::string trace = testing::TempDir() + "qvncam_core_trace_" + std::to_string(getpid());
+    std::remove(trace.c_str());
+    ASSERT_EQ(setenv("QVNCAM_TRACE_FILE", trace.c_str(), 1), 0);
     coretest::enableDebugLog();
-
     testing::internal::CaptureStderr();
-    { PerfOperatorImp quiet({known.first, 7, unknown, 9}, 0, "list"); }
-    coretest::setPerfLogLevel(1);
-    { PerfOperatorImp op({known.first, 7, unknown, 9}, 0, "list"); }
+    setTraceAndLogLevel(true, 0);
+    PerfOperatorImp(kCmds, 30, "quiet");
+    setTraceAndLogLevel(false, 1);
+    PerfOperatorImp(kCmds, 0, "untraced");  // cookie 0
+    setTraceAndLogLevel(true, 1);
+    PerfOperatorImp alpha(kCmds, 0, "alpha");   // cookie 1
+    PerfOperatorImp(kCmds, 0, nullptr);         // cookie 2
+    PerfOperatorImp timed(kCmds, 30, "timed");  // handle 5, cookie 3; its timer ends the slice
+    for (int i = 0; i < 1000 && coretest::countOf(traceOf(trace), "timed") < 2; ++i) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    EXPECT_FALSE(timed.isAlive());
+    EXPECT_EQ(recpower::releases(), (std::vector<int>{1, 2, 4}));  // the timer releases nothing
+    timed.exit();
+    alpha.exit();
     const std::string err = testing::internal::GetCapturedStderr();
+    const std::string b = "S|" + std::to_string(getpid()) + "|Cam3PerfCtrl:";  // begin
+    const std::string e = "F|" + std::to_string(getpid()) + "|Cam3PerfCtrl:";  // end
+    EXPECT_EQ(traceOf(trace), b + "alpha|1\n" + b + "_null_user_name_|2\n" + e +
+                                  "_null_user_name_|2\n" + b + "timed|3\n" + e + "timed|3\n" + e +
+                                  "timed|3\n" + e + "alpha|1\n");
+    std::remove(trace.c_str());
+    auto debug = [&err](const char* m) { return coretest::countLog(err, 'D', "Cam3PerfCtrl", m); };
+    EXPECT_EQ(debug("mHandle="), 4) << err;
+    EXPECT_EQ(debug("cookie=0 key=PERF_RES_CPUFREQ_PERF_MODE value=7\n"), 1) << err;
+    EXPECT_EQ(debug("cookie=0 key=null value=9\n"), 1) << err;
+}
 
-    EXPECT_EQ(coretest::countLog(err, 'D', "Cam3PerfCtrl", "mHandle="), 1) << err;
-    EXPECT_EQ(coretest::countLog(err, 'D', "Cam3PerfCtrl", "mHandle=2\n"), 1) << err;
-    EXPECT_EQ(
-        coretest::countLog(err, 'D', "Cam3PerfCtrl", "cookie=0 key=" + known.second + " value=7\n"),
-        1)
-        << err;
-    EXPECT_EQ(coretest::countLog(err, 'D', "Cam3PerfCtrl", "cookie=0 key=null value=9\n"), 1)
-        << err;
+TEST_F(OperatorTest, HoldersReleaseInOrder) {
+    // A phase holder releases its list last added first and keeps its custom operator.
+    auto holder = std::make_shared<PerfOperatorHolderImp>();
+    auto custom = makeOp();  // 1, also listed: the list's end leaves it to the other owner
+    holder->setCustomHolder(custom);
+    holder->push_back(std::move(custom));
+    holder->push_back(makeOp());  // 2
+    holder->push_back(makeOp());  // 3
+    EXPECT_TRUE(holder->exit());
+    EXPECT_EQ(recpower::releases(), (std::vector<int>{3, 2}));
+    EXPECT_TRUE(holder->getPerfOperator()->isAlive());
+    holder->setCustomHolder(makeOp());  // 4 replaces 1
+    holder->push_back(makeOp());        // 5
+    holder->push_back(makeOp());        // 6
+    holder.reset();                     // the list, then the custom operator
+    EXPECT_EQ(recpower::releases(), (std::vector<int>{3, 2, 1, 6, 5, 4}));
+
+    // One lock per request.
+    auto inflight = std::make_shared<InflightOperatorHolderImp>();
+    EXPECT_TRUE(inflight->insert(1, makeOp()));    // 7
+    EXPECT_TRUE(inflight->insert(2, makeOp()));    // 8
+    EXPECT_TRUE(inflight->insert(1, makeOp()));    // 9 replaces 7
+    EXPECT_TRUE(inflight->notifyRequestDone(99));  // unknown: nothing happens
+    EXPECT_EQ(recpower::releases().back(), 7);
+    EXPECT_TRUE(inflight->notifyRequestDone(1));
+    EXPECT_TRUE(inflight->exit());
+    EXPECT_TRUE(inflight->insert(5, makeOp()));  // 10, goes with the holder
+    inflight.reset();
+    EXPECT_EQ(recpower::releases(), (std::vector<int>{3, 2, 1, 6, 5, 4, 7, 9, 8, 10}));
+}
+
+TEST_F(OperatorTest, InflightInsertAndDoneFromTwoThreads) {
+    constexpr int kRequests = 200;
+    auto holder = std::make_shared<InflightOperatorHolderImp>();
+    std::atomic<int> inserted{0};
+    std::thread producer([&] {
+        for (int req = 0; req < kRequests; ++req) {
+            holder->insert(req, makeOp());
+            holder->insert(req, makeOp());  // replaced while the other thread reports
+            inserted.store(req + 1);
+        }
+    });
+    for (int req = 0; req < kRequests; ++req) {
+        while (inserted.load() <= req) {
+            std::this_thread::yield();
+        }
+        holder->notifyRequestDone(req);
+        holder->notifyRequestDone(req + kRequests);  // never inserted
+    }
+    producer.join();
+    EXPECT_EQ(recpower::releases().size(), 2u * kRequests);  // every lock, by then
+    EXPECT_EQ(recpower::badReleases(), 0);
 }
