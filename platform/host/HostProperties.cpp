@@ -67,8 +67,9 @@ void parseFile(std::string_view text, ValueMap& out) {
     }
 }
 
-bool readRegularFile(const char* path, struct stat& st, std::string& out) {
-    int fd = ::open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+// Reads the whole file; on success `fd` stays open so later reads can check it cheaply.
+bool readRegularFile(const char* path, struct stat& st, std::string& out, int& fd) {
+    fd = ::open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     if (fd < 0)
         return false;
     bool ok = ::fstat(fd, &st) == 0 && S_ISREG(st.st_mode) && st.st_size <= kMaxPropertyFileSize;
@@ -85,7 +86,10 @@ bool readRegularFile(const char* path, struct stat& st, std::string& out) {
         }
         out.resize(got);
     }
-    ::close(fd);
+    if (!ok) {
+        ::close(fd);
+        fd = -1;
+    }
     return ok;
 }
 
@@ -109,6 +113,7 @@ struct Snapshot {
     off_t size = 0;
     timespec mtime{};
     timespec ctime{};  // catches edits that put the old mtime back
+    int fd = -1;       // the parsed file, kept open: fstat is much cheaper than stat
     ValueMap values;
 
     bool matches(const char* p, const struct stat& st) const {
@@ -116,14 +121,32 @@ struct Snapshot {
                size == st.st_size && sameTime(mtime, st.st_mtim) && sameTime(ctime, st.st_ctim);
     }
 
+    // True while the parsed file is still what `p` names, checked through the open file:
+    // an edit in place changes its size or times, and replacing or deleting the file
+    // unlinks the old one. Anything else takes the slow path through stat().
+    bool stillCurrent(const char* p) const {
+        if (p == nullptr)
+            return !loaded;
+        struct stat st {};
+        return fd >= 0 && ::fstat(fd, &st) == 0 && st.st_nlink > 0 && matches(p, st);
+    }
+
+    void unload() {
+        loaded = false;
+        values.clear();
+        if (fd >= 0) {
+            ::close(fd);
+            fd = -1;
+        }
+    }
+
     void load(const char* p) {
         timespec before{};
         ::clock_gettime(CLOCK_REALTIME_COARSE, &before);
-        values.clear();
-        loaded = false;
+        unload();
         struct stat st {};
         std::string text;
-        if (!readRegularFile(p, st, text))
+        if (!readRegularFile(p, st, text, fd))
             return;
         parseFile(text, values);
         loaded = true;
@@ -175,6 +198,15 @@ bool withValue(const char* key, Fn&& fn) {
         return false;
     Store& s = store();
     const char* path = propertyFilePath();
+    {
+        std::shared_lock<std::shared_mutex> lock(s.mutex);
+        if (s.file.stillCurrent(path)) {
+            const std::string* v = findLocked(s, key);
+            if (v != nullptr)
+                fn(*v);
+            return v != nullptr;
+        }
+    }
     struct stat st {};
     bool present = path != nullptr && ::stat(path, &st) == 0;
     {
@@ -188,8 +220,7 @@ bool withValue(const char* key, Fn&& fn) {
     }
     std::unique_lock<std::shared_mutex> lock(s.mutex);
     if (!present) {
-        s.file.loaded = false;
-        s.file.values.clear();
+        s.file.unload();
     } else if (!s.file.matches(path, st)) {
         s.file.load(path);
     }
