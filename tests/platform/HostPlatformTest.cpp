@@ -3,14 +3,14 @@
 #define LOG_TAG "LogTest"
 
 #include <fcntl.h>
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 #include <stdlib.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <chrono>
 #include <climits>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -33,21 +33,12 @@ namespace {
 using namespace platform;
 using testing::internal::CaptureStderr;
 using testing::internal::GetCapturedStderr;
+// All the convertor writes about a bad file or value: one warning under its own tag.
+const char* const kOneJsonWarning = "W/QvncamJSONConvertor\\( *[0-9]+\\): [^\n]*\n";
 
 std::string readFile(const std::string& path) {
     std::ifstream in(path, std::ios::binary);
     return {std::istreambuf_iterator<char>(in), {}};
-}
-
-void writeFile(const std::string& path, const std::string& text) {
-    std::ofstream(path, std::ios::binary | std::ios::trunc) << text;
-}
-
-int count(const std::string& text, const std::string& what) {
-    int n = 0;
-    for (size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + 1))
-        ++n;
-    return n;
 }
 
 void setULog(int detail, uint32_t mask, uint32_t mode) {
@@ -65,7 +56,10 @@ struct LogsAtExit {
 
 class HostPlatform : public ::testing::Test {
   protected:
-    void SetUp() override { ASSERT_TRUE(std::filesystem::create_directory(dir)); }
+    void SetUp() override {
+        ASSERT_TRUE(std::filesystem::create_directory(dir));
+        ::setenv("QVNCAM_ULOG_FILE", path("ulog").c_str(), 1);
+    }
     // Nothing is left behind for the next test when all run in one process.
     void TearDown() override {
         for (const char* var : {"QVNCAM_PROPERTIES", "QVNCAM_ULOG_FILE", "QVNCAM_TRACE_FILE"})
@@ -76,14 +70,14 @@ class HostPlatform : public ::testing::Test {
     }
     std::string path(const std::string& name) const { return dir + "/" + name; }
     void useProperties(const std::string& text) {
-        writeFile(path("props"), text);
+        std::ofstream(path("props")) << text;
         ::setenv("QVNCAM_PROPERTIES", path("props").c_str(), 1);
     }
     // Runs the convertor on `text` written to a file, or on `file` as it is ("" for the
     // default); what it wrote to stderr is left in `err`.
     int loadJson(const std::string& text, std::string file = "-") {
         if (file == "-")
-            writeFile(file = path("perf.json"), text);
+            std::ofstream(file = path("perf.json")) << text;
         host::setProperty("vendor.debug.qvncam.perfjson", file);  // empty: unset
         CaptureStderr();
         const int result =
@@ -92,7 +86,6 @@ class HostPlatform : public ::testing::Test {
         err = GetCapturedStderr();
         return result;
     }
-    int jsonWarnings() const { return count(err, "W/QvncamJSONConvertor("); }
 
     const std::string pid = std::to_string(::getpid());
     const std::string dir = testing::TempDir() + "qvncam-platform-" + pid;
@@ -103,7 +96,7 @@ class HostPlatform : public ::testing::Test {
 TEST_F(HostPlatform, Int32TakesOnlyAWholeValueThatFitsAndBoolOnlyTheLibcutilsWords) {
     // clang-format off
     const std::pair<const char*, int32_t> ints[] = {
-        {"42", 42}, {"-42", -42}, {"+7", 7}, {"0X1f", 31}, {"-0x10", -16}, {"010", 8},
+        {"42", 42}, {"-42", -42}, {"+7", 7}, {"0X1f", 31}, {"-0x10", -16}, {"010", 8}, {"0", 0},
         {"2147483647", INT32_MAX}, {"-0x80000000", INT32_MIN},
         // the default from here on
         {"2147483648", -77}, {"-2147483649", -77}, {"0xffffffff", -77}, {"08", -77}, {"0x", -77},
@@ -138,9 +131,7 @@ TEST_F(HostPlatform, PropertyFileSyntaxAndInProcessOverrides) {
     for (const auto& [name, expected] : cases)
         EXPECT_EQ(property_get_string(name, "def"), expected) << name;
     host::setProperty("dup", std::string(200, 'v'));
-    char value[kPropertyValueMax];
-    EXPECT_EQ(property_get("dup", value, nullptr), 91);
-    EXPECT_EQ(std::string(value), std::string(91, 'v'));
+    EXPECT_EQ(property_get_string("dup", ""), std::string(kPropertyValueMax - 1, 'v'));
     host::clearProperty("dup");
     EXPECT_EQ(property_get_string("dup", ""), "last");
 }
@@ -152,15 +143,31 @@ TEST_F(HostPlatform, EveryPropertyReadSeesTheCurrentFile) {
     // puts the old modification time back must still be seen.
     struct stat st {};
     ASSERT_EQ(::stat(path("props").c_str(), &st), 0);
-    EXPECT_EQ(property_get_int32("a", -1), 1);
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
     EXPECT_EQ(property_get_int32("a", -1), 1);
-    writeFile(path("props"), "a=5\n");
+    std::ofstream(path("props")) << "a=5\n";
     const timespec times[2] = {st.st_atim, st.st_mtim};
     ASSERT_EQ(::utimensat(AT_FDCWD, path("props").c_str(), times, 0), 0);
     EXPECT_EQ(property_get_int32("a", -1), 5);
     ASSERT_EQ(::unlink(path("props").c_str()), 0);
     EXPECT_EQ(property_get_int32("a", -1), -1);
+}
+
+// Each read sees the old file or the new one, whole, while another thread replaces it.
+TEST_F(HostPlatform, ConcurrentPropertyReadsWhileTheFileIsReplaced) {
+    useProperties("a=1\n");
+    std::atomic<bool> stop{false};
+    std::thread reader([&] {
+        while (!stop.load())
+            EXPECT_EQ(property_get_int32("a", -1) % 11, 1);  // 1 or 12
+    });
+    for (int i = 0; i < 200; ++i) {
+        std::ofstream(path("next")) << (i % 2 ? "a=1\n" : "a=12\n");
+        EXPECT_EQ(::rename(path("next").c_str(), path("props").c_str()), 0);
+        property_get_int32("a", -1);
+    }
+    stop = true;
+    reader.join();
 }
 
 // The priority letter of each line, `at` characters into it.
@@ -174,7 +181,6 @@ std::string priorities(const std::string& text, size_t at) {
 // Debug lines need detail 5 and the library's bit in the mask; the mode word picks the
 // sinks, and each sink that takes a line evaluates its arguments for itself.
 TEST_F(HostPlatform, LogGateByLevelAndMaskThenSinksByModeWord) {
-    ::setenv("QVNCAM_ULOG_FILE", path("ulog").c_str(), 1);
     // clang-format off
     const struct { int detail; uint32_t mask, mode; const char *android, *ulog; } cases[] = {
         {-1, 0, 0, "WE", ""},  // the defaults: detail 2, mask 0, mode 1
@@ -193,12 +199,11 @@ TEST_F(HostPlatform, LogGateByLevelAndMaskThenSinksByModeWord) {
         CAM_LOGE("%d", ++calls);
         EXPECT_EQ(priorities(GetCapturedStderr(), 0), c.android) << c.detail << " " << c.mode;
         EXPECT_EQ(priorities(readFile(path("ulog")), 10), c.ulog) << c.detail << " " << c.mode;
-        EXPECT_EQ(calls, int(std::strlen(c.android) + std::strlen(c.ulog)));
+        EXPECT_EQ(calls, int((std::string(c.android) + c.ulog).size()));
     }
 }
 
 TEST_F(HostPlatform, LogErrorSuffixOnTheAndroidLogOnlyAndTheULogBufferLimit) {
-    ::setenv("QVNCAM_ULOG_FILE", path("ulog").c_str(), 1);
     setULog(5, 0x1001000, 3);
     const std::string big(2000, 'x'), p = "(" + pid + "): ";
     CaptureStderr();
@@ -223,7 +228,6 @@ TEST_F(HostPlatform, TraceTagsReadAtEachQueryAndSlicesGoToTheTraceFile) {
     for (const auto& [value, expected] : cases) {
         host::setProperty("debug.atrace.tags.enableflags", value);
         EXPECT_EQ(atrace_enabled_tags(), expected) << value;
-        EXPECT_EQ(atrace_camera_enabled(), (expected & 0x400) != 0) << value;
     }
     ::setenv("QVNCAM_TRACE_FILE", path("trace").c_str(), 1);
     atrace_async_begin("runPerfBoost-12", 3);
@@ -244,20 +248,9 @@ TEST_F(HostPlatform, C2PSMachineKeepsAndLogsTheLastRecord) {
     EXPECT_TRUE(host::lastC2PSInit(&got) && got.fps == 30 && got.umMin == 7 && got.pfPolicy);
 }
 
-TEST_F(HostPlatform, JsonSectionsReadAsMemberRangesEvenInATenMegabyteFile) {
-    const std::string text = R"({"enter_cam": {"B": 2, "A": -1}, "config_cam": {}, "n": 5, "p": ")";
-    ASSERT_EQ(loadJson(text + std::string(10 << 20, 'p') + "\"}"), 1);
-    EXPECT_TRUE(doc.isObject() && doc.hasMember("enter_cam") && !doc.hasMember("other"));
-    std::string members;
-    for (const QvncamJSONData& member : doc["enter_cam"])
-        members += member.key() + "=" + std::to_string(int(member)) + " ";
-    EXPECT_EQ(members, "A=-1 B=2 ");  // by name, as the JSON library yields them
-    EXPECT_FALSE(doc["missing"].isObject() || doc["n"]["deeper"].isObject());
-}
-
 // A member value that is not an integer fitting in 32 bits reads as 0, with one warning
 // naming the member.
-TEST_F(HostPlatform, JsonIntConversionIsDefinedForEveryValue) {
+TEST_F(HostPlatform, JsonMembersReadAsIntsWithDefinedResultsEvenInATenMegabyteFile) {
     // clang-format off
     const std::pair<const char*, int> cases[] = {
         {"7", 7}, {"0", 0}, {"-2147483648", INT_MIN}, {"2147483647", INT_MAX}, {"3.0", 3},
@@ -267,14 +260,21 @@ TEST_F(HostPlatform, JsonIntConversionIsDefinedForEveryValue) {
         {"18446744073709551615", 0}, {"9223372036854775808.0", 0}, {"2.5", 0}, {"\"7\"", 0},
         {"true", 0}, {"null", 0}, {"[1]", 0}, {"{\"a\": 1}", 0}};
     // clang-format on
+    std::string text = R"({"n": 5, "pad": ")" + std::string(10 << 20, 'p') + R"(", "enter_cam": {)";
+    for (size_t i = 0; i < std::size(cases); ++i)  // named in the order the library yields
+        text += (i ? ", \"m" : "\"m") + std::to_string(10 + i) + "\": " + cases[i].first;
+    ASSERT_EQ(loadJson(text + "}}"), 1);
+    EXPECT_TRUE(doc.isObject() && doc.hasMember("enter_cam") && !doc.hasMember("other"));
+    EXPECT_FALSE(doc["missing"].isObject() || doc["n"]["deeper"].isObject());
+    const QvncamJSONData* member = doc["enter_cam"].begin();
+    ASSERT_EQ(doc["enter_cam"].end() - member, long(std::size(cases)));
     for (const auto& [json, expected] : cases) {
-        ASSERT_EQ(loadJson(std::string(R"({"s": {"PERF_X": )") + json + "}}"), 1) << json;
         CaptureStderr();
-        EXPECT_EQ(int(*doc["s"].begin()), expected) << json;
+        EXPECT_EQ(int(*member), expected) << json;
         err = GetCapturedStderr();
         const int warns = expected == 0 && std::string(json) != "0";
-        EXPECT_EQ(jsonWarnings(), warns) << json;
-        EXPECT_EQ(count(err, "PERF_X"), warns) << json;
+        EXPECT_THAT(err, testing::MatchesRegex(warns ? kOneJsonWarning : "")) << json;
+        EXPECT_EQ(err.find((member++)->key()) != std::string::npos, warns == 1) << json;
     }
 }
 
@@ -284,13 +284,13 @@ TEST_F(HostPlatform, HostileJsonGivesZeroOneWarningAndLeavesTheDocument) {
     for (const std::string& text : std::vector<std::string>{"", R"({"a": {"A": 1)", "{} x",
                                                             "{a: 1}", deep, "[" + deep + "]"}) {
         EXPECT_EQ(loadJson(text), 0) << text.substr(0, 20);
-        EXPECT_EQ(jsonWarnings(), 1) << err.substr(0, 200);
+        EXPECT_THAT(err, testing::MatchesRegex(kOneJsonWarning)) << text.substr(0, 20);
     }
     for (const std::string& file : {path("missing.json"), dir, std::string()}) {
         EXPECT_EQ(loadJson("", file), 0);
-        EXPECT_EQ(jsonWarnings(), 1);
-        EXPECT_EQ(count(err, file.empty() ? "/vendor/etc/camera/qvncam_perf_config.json" : file),
-                  1);
+        EXPECT_THAT(err, testing::MatchesRegex(kOneJsonWarning));
+        EXPECT_THAT(err, testing::HasSubstr(
+                             file.empty() ? "/vendor/etc/camera/qvncam_perf_config.json" : file));
     }
     EXPECT_TRUE(doc.hasMember("kept"));
 }
