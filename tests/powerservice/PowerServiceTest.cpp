@@ -85,7 +85,12 @@ TEST_F(PowerService, ReissueLaysPairsOnTopRestartsTheDurationAndKeepsTheHandle) 
     const int b = res("PERF_RES_GPU_FW_IDLE");
     const int h = acq(0, 60000, {kCpu0, 1, b, 2});
     ASSERT_EQ(acq(h, 0, {b, 5, kUnknownId, 3, b, 6}), h);
-    EXPECT_EQ(qvnperf_get_leaks(nullptr, nullptr), 1) << "the new duration (0) replaces the old";
+    int64_t left = 0;
+    auto keepTimeLeft = [](const QvnPerfLockInfo* l, void* out) {
+        *static_cast<int64_t*>(out) = l->time_left_ms;
+    };
+    qvnperf_get_locks(keepTimeLeft, &left);
+    EXPECT_EQ(left, -1) << "the new duration (0) replaces the old one";
     EXPECT_EQ(qvnperf_get_effective(nullptr, 0), 3);
     EXPECT_EQ((std::vector<int>{effective(kCpu0), effective(b), effective(kUnknownId)}),
               (std::vector<int>{1, 6, 3}));
