@@ -1,6 +1,8 @@
 // Counts the dlopen and dlsym calls of this test executable, linked with -Wl,--wrap for
 // both.
 
+#include <dlfcn.h>
+
 #include <map>
 #include <mutex>
 
@@ -25,16 +27,26 @@ void dlcountReset() {
     counts().clear();
 }
 
+// The sanitizer runtimes resolve their own symbols through dlsym before they are set up,
+// so the wrappers must not be instrumented and must leave those look-ups alone.
+#if defined(__clang__)
+#define DL_WRAPPER __attribute__((disable_sanitizer_instrumentation))
+#else
+#define DL_WRAPPER __attribute__((no_sanitize_thread, no_sanitize_address))
+#endif
+
 extern "C" {
 void* __real_dlopen(const char* file, int flags);
 void* __real_dlsym(void* handle, const char* symbol);
 
-void* __wrap_dlopen(const char* file, int flags) {
+DL_WRAPPER void* __wrap_dlopen(const char* file, int flags) {
     dlcount(std::string("open:") + (file != nullptr ? file : ""), 1);
     return __real_dlopen(file, flags);
 }
-void* __wrap_dlsym(void* handle, const char* symbol) {
-    dlcount(std::string("sym:") + symbol, 1);
+DL_WRAPPER void* __wrap_dlsym(void* handle, const char* symbol) {
+    if (handle != RTLD_NEXT && handle != RTLD_DEFAULT) {
+        dlcount(std::string("sym:") + symbol, 1);
+    }
     return __real_dlsym(handle, symbol);
 }
 }  // extern "C"
