@@ -1,63 +1,97 @@
 // The power service's resource vocabulary, expanded from PowerResources.def.
 
-#include "PerfCtrlHelper.h"
+#include <cstring>
 
-#include <iterator>
-#include <utility>
+#include "PerfCtrlHelper.h"
 
 namespace NSCam {
 namespace NSCamFeature {
 namespace NSCamPerfCtrl {
 
-// Picks the permitted rows for AvailablePowerHalCmds; a PERMITTED other than 1 or 0 does
-// not compile.
-#define QVNCAM_PERF_RES_IF_PERMITTED_1(name) name,
-#define QVNCAM_PERF_RES_IF_PERMITTED_0(name)
-
 namespace {
 
-// The rows as plain literals: each table is then built in one pass that constructs every
-// name once, straight into its node, in buckets sized up front (this runs at every load).
-constexpr std::pair<int, const char*> kIdToName[] = {
-#define PERF_RES(name, id, permitted) {id, #name},
+// Picks the permitted flag; a PERMITTED other than 1 or 0 does not compile.
+#define QVNCAM_PERF_RES_PERMITTED_1 true
+#define QVNCAM_PERF_RES_PERMITTED_0 false
+
+// The rows as relocation-free constants: all names in one string, ids and flags in plain
+// arrays. The tables are built at every load of the library, so this keeps the loader's
+// relocation work and the copy-on-write pages down.
+constexpr char kNames[] =
+#define PERF_RES(name, id, permitted) #name "\0"
+#include "PowerResources.def"
+#undef PERF_RES
+    ;
+
+constexpr int kIds[] = {
+#define PERF_RES(name, id, permitted) id,
 #include "PowerResources.def"
 #undef PERF_RES
 };
 
-constexpr std::pair<const char*, int> kNameToId[] = {
-#define PERF_RES(name, id, permitted) {#name, id},
+constexpr bool kPermitted[] = {
+#define PERF_RES(name, id, permitted) QVNCAM_PERF_RES_PERMITTED_##permitted,
 #include "PowerResources.def"
 #undef PERF_RES
 };
 
-constexpr const char* kPermitted[] = {
-#define PERF_RES(name, id, permitted) QVNCAM_PERF_RES_IF_PERMITTED_##permitted(#name)
-#include "PowerResources.def"
-#undef PERF_RES
-};
+#undef QVNCAM_PERF_RES_PERMITTED_1
+#undef QVNCAM_PERF_RES_PERMITTED_0
 
-template <typename Table, typename Rows>
-Table buildTable(const Rows& rows) {
-    return Table(std::begin(rows), std::end(rows), std::size(rows));
+constexpr size_t kRows = sizeof(kIds) / sizeof(kIds[0]);
+static_assert(sizeof(kPermitted) == kRows, "one flag per row");
+
+// Calls fn(index, name, length) for every row, in file order.
+template <typename Fn>
+void forEachRow(Fn&& fn) {
+    const char* name = kNames;
+    for (size_t i = 0; i < kRows; ++i) {
+        const size_t length = std::strlen(name);
+        fn(i, name, length);
+        name += length + 1;
+    }
+}
+
+size_t permittedRows() {
+    size_t n = 0;
+    for (bool permitted : kPermitted) {
+        n += permitted ? 1 : 0;
+    }
+    return n;
 }
 
 }  // namespace
 
 // Other static initialisers of the library may look names up, so the tables are built
-// ahead of them.
+// ahead of them, each in buckets sized up front.
 const std::unordered_map<int, std::string> PerfCtrlHelper::PowerEnumToStringMap
-    __attribute__((init_priority(101))) =
-        buildTable<std::unordered_map<int, std::string>>(kIdToName);
+    __attribute__((init_priority(101))) = [] {
+        std::unordered_map<int, std::string> table(kRows);
+        forEachRow([&](size_t i, const char* name, size_t length) {
+            table.emplace(kIds[i], std::string(name, length));
+        });
+        return table;
+    }();
 
 const std::unordered_map<std::string, int> PerfCtrlHelper::StringToPowerEnumMap
-    __attribute__((init_priority(101))) =
-        buildTable<std::unordered_map<std::string, int>>(kNameToId);
+    __attribute__((init_priority(101))) = [] {
+        std::unordered_map<std::string, int> table(kRows);
+        forEachRow([&](size_t i, const char* name, size_t length) {
+            table.emplace(std::string(name, length), kIds[i]);
+        });
+        return table;
+    }();
 
 const std::unordered_set<std::string> PerfCtrlHelper::AvailablePowerHalCmds
-    __attribute__((init_priority(101))) = buildTable<std::unordered_set<std::string>>(kPermitted);
-
-#undef QVNCAM_PERF_RES_IF_PERMITTED_1
-#undef QVNCAM_PERF_RES_IF_PERMITTED_0
+    __attribute__((init_priority(101))) = [] {
+        std::unordered_set<std::string> table(permittedRows());
+        forEachRow([&](size_t i, const char* name, size_t length) {
+            if (kPermitted[i]) {
+                table.emplace(name, length);
+            }
+        });
+        return table;
+    }();
 
 }  // namespace NSCamPerfCtrl
 }  // namespace NSCamFeature
