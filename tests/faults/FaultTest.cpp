@@ -3,6 +3,7 @@
 // defined outcome, every operation still returns the object it promises, nothing crashes,
 // a refused lock is never released and a granted one exactly once.
 
+#include "common/AllowedCpuMask.h"
 #include <gtest/gtest.h>
 #include <sched.h>
 #include <stdlib.h>
@@ -22,16 +23,6 @@ namespace {
 
 using namespace NSCam::NSCamFeature::NSCamPerfCtrl;
 using List = std::vector<int>;
-
-// The CPUs this process may use, as a mask of the first eight.
-int allowedMask() {
-    cpu_set_t set;
-    sched_getaffinity(0, sizeof(set), &set);
-    int mask = 0;
-    for (int cpu = 0; cpu < 8; ++cpu)
-        mask |= CPU_ISSET(cpu, &set) << cpu;
-    return mask;
-}
 
 // Gives every customisation entry something to do, when the library has it.
 void scriptCustomisation(int queryMask) {

@@ -3,6 +3,7 @@
 // exactly once (released, or expired by its duration, detached or not), no release may have
 // been bad, and memory must not grow from round to round.
 
+#include "common/AllowedCpuMask.h"
 #include <gtest/gtest.h>
 #include <malloc.h>
 #include <sched.h>
@@ -30,16 +31,6 @@ constexpr int kRounds = 4, kWorkers = 3, kOpsPerWorker = 3000, kRequestsPerOpen 
 constexpr auto kRoundBudget = std::chrono::seconds(20);
 // Malloc's in-use bytes may move a little between rounds (thread stacks' TLS, free lists).
 constexpr long long kMemorySlack = 256 * 1024;
-
-// The CPUs this process may use, as a mask of the first eight.
-int allowedMask() {
-    cpu_set_t set;
-    sched_getaffinity(0, sizeof(set), &set);
-    int mask = 0;
-    for (int cpu = 0; cpu < 8; ++cpu)
-        mask |= CPU_ISSET(cpu, &set) << cpu;
-    return mask;
-}
 
 // The camera thread: opens, configures, runs requests with overwrites and completes them
 // three frames later, closes; as often as the budget allows within its count.
