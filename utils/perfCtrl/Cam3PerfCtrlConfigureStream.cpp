@@ -24,11 +24,7 @@ std::shared_ptr<PerfOperatorHolder> Cam3PerfCtrlImp::enterPerfCtrl_ConfigureStre
 
     if (!mJsonCmdSet.configCamExist) {
         if (mfnConfigTimeCPUCtrl(config, params, outCmds, timeoutMs)) {
-            size_t count = 0;
-            for (const auto& entry : outCmds) {
-                count += entry.second >= 0 ? 2 : 0;
-            }
-            cmds.reserve(count);
+            cmds.reserve(countOutCmdInts(outCmds));
             if (miLogLevel.load(std::memory_order_relaxed) != 0) {
                 CAM_LOGD("customizeCPUCtrl(configureStream) params:");
             }

@@ -54,10 +54,10 @@ std::shared_ptr<PerfOperatorHolder> Cam3PerfCtrlImp::enterPerfCtrl_EnterCamera(i
 
     std::unique_ptr<PerfOperator> boostOp =
         runPerfBoost(EPERF_BOOST_DEFAULT, static_cast<unsigned int>(timeoutMs));
-    if (boostOp && !boostOp->isAlive()) {
-        CAM_LOGW("Failed to create boost during camera entering");
-    }
     if (boostOp) {
+        if (!boostOp->isAlive()) {
+            CAM_LOGW("Failed to create boost during camera entering");
+        }
         holder->push_back(std::shared_ptr<PerfOperator>(std::move(boostOp)));
     }
 
@@ -95,10 +95,7 @@ std::shared_ptr<PerfOperator> Cam3PerfCtrlImp::__enterCamCustom() {
     if (!mfnEnterCamCPUCtrl(params, outCmds, timeout)) {
         return nullptr;
     }
-    size_t count = 0;
-    for (const auto& entry : outCmds) {
-        count += entry.second >= 0 ? 2 : 0;
-    }
+    const size_t count = countOutCmdInts(outCmds);
     std::vector<int> customCmds;
     customCmds.reserve(count);
     if (miLogLevel.load(std::memory_order_relaxed) != 0) {

@@ -64,6 +64,10 @@ class Cam3PerfCtrlImp : public Cam3PerfCtrl {
     std::atomic<int32_t> miCPUAffyScene{0};
 };
 
+// Room a customisation output map needs as a command list: two ints for every entry with a
+// value of 0 or more, whether or not its name is a resource.
+size_t countOutCmdInts(const std::unordered_map<std::string, int>& outCmds);
+
 // Tuning read once at library load (multi-camera zoom boost).
 extern int32_t g_multicam_zoom_dram_opp;
 extern int32_t g_multicam_zoom_cpu0_freq;

@@ -9,15 +9,6 @@ namespace NSCamPerfCtrl {
 
 namespace {
 
-// Two ints for every entry with a value of 0 or more, whether or not its name is known.
-size_t countPairs(const std::unordered_map<std::string, int>& cmds) {
-    size_t count = 0;
-    for (const auto& entry : cmds) {
-        count += entry.second >= 0 ? 2 : 0;
-    }
-    return count;
-}
-
 // Lays overwrite commands on a held lock. The pipeline must pass the operator whenever its
 // customisation can ask for overwrites; a missing one is reported instead of dereferenced.
 void overwriteOn(PerfOperatorImp* op, const char* which, const std::vector<int>& cmds) {
@@ -49,9 +40,9 @@ std::shared_ptr<InflightOperatorHolderImp> Cam3PerfCtrlImp::enterPerfCtrl_Inflig
     }
 
     // The counts, not the lists built below, decide what happens next.
-    const size_t requestCount = countPairs(outCmds);
-    const size_t enterCount = countPairs(overwrite.enterCamCmds);
-    const size_t configCount = countPairs(overwrite.configCamCmds);
+    const size_t requestCount = countOutCmdInts(outCmds);
+    const size_t enterCount = countOutCmdInts(overwrite.enterCamCmds);
+    const size_t configCount = countOutCmdInts(overwrite.configCamCmds);
     std::vector<int> requestList;
     std::vector<int> enterList;
     std::vector<int> configList;

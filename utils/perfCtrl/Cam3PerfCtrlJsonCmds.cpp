@@ -48,6 +48,14 @@ bool readSection(const QvncamJSONData& doc, const JsonSection& section, bool ver
 
 }  // namespace
 
+size_t countOutCmdInts(const std::unordered_map<std::string, int>& outCmds) {
+    size_t count = 0;
+    for (const auto& entry : outCmds) {
+        count += entry.second >= 0 ? 2 : 0;
+    }
+    return count;
+}
+
 bool Cam3PerfCtrlImp::__prepareJsonCmds(const QvncamJSONData& doc, JsonCmdSet& out) {
     const bool verbose = miLogLevel.load(std::memory_order_relaxed) != 0;
     if (verbose) {

@@ -42,6 +42,20 @@ Fn lookup(void* handle, const char* symbol) {
     return reinterpret_cast<Fn>(dlsym(handle, symbol));
 }
 
+// Looks a customisation entry up once, under gHelperMutex: a fresh look-up writes its result
+// (possibly null) to `out`; an entry already cached leaves `out` as the caller had it.
+template <typename Fn>
+void resolveCustomEntry(Fn& cached, const char* symbol, const char* what, Fn& out) {
+    if (cached != nullptr) {
+        return;
+    }
+    cached = lookup<Fn>(gCustomLibHandle, symbol);
+    if (cached == nullptr) {
+        CAM_LOGE("%s error: %s\n", what, dlerror());
+    }
+    out = cached;
+}
+
 }  // namespace
 
 bool PerfCtrlHelper::loadPowerHalAPI(int (*&lockAcq)(int, int, int*, int), int (*&lockRel)(int)) {
@@ -89,49 +103,20 @@ void PerfCtrlHelper::loadCustomPerfFunctions(CustomEnterCameraFn& enterCam,
             return;
         }
     }
-    if (gCustomEnterCameraFn == nullptr) {
-        gCustomEnterCameraFn =
-            lookup<CustomEnterCameraFn>(gCustomLibHandle, "customizeEnterCameraPerf");
-        if (gCustomEnterCameraFn == nullptr) {
-            CAM_LOGE("funcEnterCamCPUCtrl error: %s\n", dlerror());
-        }
-        enterCam = gCustomEnterCameraFn;
-    }
-    if (gCustomConfigTimeFn == nullptr) {
-        gCustomConfigTimeFn =
-            lookup<CustomConfigTimeFn>(gCustomLibHandle, "customizeConfigTimeCPUCtrl");
-        if (gCustomConfigTimeFn == nullptr) {
-            CAM_LOGE("funcConfigTimeCPUCtrl error: %s\n", dlerror());
-        }
-        configTime = gCustomConfigTimeFn;
-    }
-    bool runtimeMissing = false;
-    if (gCustomRuntimeFn == nullptr) {
-        gCustomRuntimeFn = lookup<CustomRuntimeFn>(gCustomLibHandle, "customizeRuntimeCPUCtrl");
-        runtime = gCustomRuntimeFn;
-        if (gCustomRuntimeFn == nullptr) {
-            CAM_LOGE("funcRuntimeCPUCtrl error: %s\n", dlerror());
-            enterCam = nullptr;
-            configTime = nullptr;
-            runtime = nullptr;
-            runtimeMissing = true;
-        }
-    }
+    resolveCustomEntry(gCustomEnterCameraFn, "customizeEnterCameraPerf", "funcEnterCamCPUCtrl",
+                       enterCam);
+    resolveCustomEntry(gCustomConfigTimeFn, "customizeConfigTimeCPUCtrl", "funcConfigTimeCPUCtrl",
+                       configTime);
+    resolveCustomEntry(gCustomRuntimeFn, "customizeRuntimeCPUCtrl", "funcRuntimeCPUCtrl", runtime);
     // The three customisation functions are used all together or not at all.
-    if (!runtimeMissing && (enterCam == nullptr || configTime == nullptr || runtime == nullptr)) {
+    if (enterCam == nullptr || configTime == nullptr || runtime == nullptr) {
         enterCam = nullptr;
         configTime = nullptr;
         runtime = nullptr;
     }
-
-    if (gCustomQueryCpuFn != nullptr) {
-        return;
-    }
-    gCustomQueryCpuFn = lookup<QueryAppropriateCPUFn>(gCustomLibHandle, "queryAppropriateCPU");
-    if (gCustomQueryCpuFn == nullptr) {
-        CAM_LOGE("funcQueryAppropriateCPU error: %s\n", dlerror());
-    }
-    queryCpu = gCustomQueryCpuFn;
+    // The CPU query stands on its own.
+    resolveCustomEntry(gCustomQueryCpuFn, "queryAppropriateCPU", "funcQueryAppropriateCPU",
+                       queryCpu);
 }
 
 void PerfCtrlHelper::prepareEnterCameraPlatSettings(std::vector<int>& cmds) {
