@@ -80,10 +80,11 @@ int chooseScenario(const qcam::StreamConfiguration& config, int fps) {
 void Cam3PerfCtrlImp::__initC2PSPerfCtrl(const qcam::StreamConfiguration& config,
                                          const std::unordered_map<std::string, int>& outCmds) {
     // C2PS is set up only when the maker asks for it.
-    if (outCmds.count("C2PS_FEATURE_CUSTOMIZATION") == 0) {
+    const auto feature = outCmds.find("C2PS_FEATURE_CUSTOMIZATION");
+    if (feature == outCmds.end()) {
         return;
     }
-    const int featureCustomization = outCmds.at("C2PS_FEATURE_CUSTOMIZATION");
+    const int featureCustomization = feature->second;
     int scenario = valueOr(outCmds, "C2PS_SCENARIO", kScenarioAuto);
     const bool disableIneffCpufreq = valueOr(outCmds, "C2PS_DISABLE_INEFF_CPUFREQ_COMMAND", 0) != 0;
     const int lmcoreUmRatio = valueOr(outCmds, "C2PS_LMCORE_UM_RATIO_COMMAND", 0);
