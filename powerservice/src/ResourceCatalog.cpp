@@ -30,6 +30,30 @@ bool wordIn(const char* word, size_t len, std::initializer_list<const char*> set
     return std::any_of(set.begin(), set.end(), [&](const char* c) { return wordIs(word, len, c); });
 }
 
+// Switches and modes are named by their last word; otherwise the last word that
+// bounds the value decides (so "BOOST_MAX" is a cap on a boost).
+ResourceKind kindOfName(const char* name) {
+    ResourceKind kind = ResourceKind::Latest;
+    const char* p = name;
+    while (*p != '\0') {
+        const char* end = std::strchr(p, '_');
+        size_t len = end ? static_cast<size_t>(end - p) : std::strlen(p);
+        if (end == nullptr && wordIn(p, len, {"ENABLE", "DISABLE", "MODE", "MASK", "POLICY"})) {
+            return ResourceKind::Latest;
+        }
+        if (wordIn(p, len, {"MIN", "FLOOR", "BOOST"})) {
+            kind = ResourceKind::Floor;
+        } else if (wordIn(p, len, {"MAX", "CEILING", "LIMIT", "CAP"})) {
+            kind = ResourceKind::Cap;
+        }
+        p += len;
+        if (*p == '_') {
+            ++p;
+        }
+    }
+    return kind;
+}
+
 class Catalog {
   public:
     Catalog() {
@@ -68,30 +92,6 @@ const Catalog& catalog() {
 }
 
 }  // namespace
-
-// Switches and modes are named by their last word; otherwise the last word that
-// bounds the value decides (so "BOOST_MAX" is a cap on a boost).
-ResourceKind kindOfName(const char* name) {
-    ResourceKind kind = ResourceKind::Latest;
-    const char* p = name;
-    while (*p != '\0') {
-        const char* end = std::strchr(p, '_');
-        size_t len = end ? static_cast<size_t>(end - p) : std::strlen(p);
-        if (end == nullptr && wordIn(p, len, {"ENABLE", "DISABLE", "MODE", "MASK", "POLICY"})) {
-            return ResourceKind::Latest;
-        }
-        if (wordIn(p, len, {"MIN", "FLOOR", "BOOST"})) {
-            kind = ResourceKind::Floor;
-        } else if (wordIn(p, len, {"MAX", "CEILING", "LIMIT", "CAP"})) {
-            kind = ResourceKind::Cap;
-        }
-        p += len;
-        if (*p == '_') {
-            ++p;
-        }
-    }
-    return kind;
-}
 
 const ResourceInfo* findResource(int id) {
     return catalog().find(id);

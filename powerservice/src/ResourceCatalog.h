@@ -22,8 +22,7 @@ struct ResourceInfo {
 const ResourceInfo* findResource(int id);
 const ResourceInfo* findResource(const char* name);
 
-// Kind of a resource by its name; ids outside the vocabulary are Latest.
-ResourceKind kindOfName(const char* name);
+// Ids outside the vocabulary are Latest.
 ResourceKind kindOf(int id);
 
 // The name, or "0x%08x" for an unknown id.
