@@ -36,10 +36,6 @@ const char* malformed(int duration, const int* list, int numArgs) {
     return nullptr;
 }
 
-int64_t deadlineOf(int64_t issuedUs, int durationMs) {
-    return durationMs == 0 ? kNoDeadline : issuedUs + int64_t{durationMs} * 1000;
-}
-
 std::string describePairs(const std::vector<QvnPerfPair>& pairs) {
     if (pairs.empty()) {
         return "(no resources)";
@@ -61,6 +57,10 @@ std::string describePairs(const std::vector<QvnPerfPair>& pairs) {
 LockService& LockService::instance() {
     static LockService* service = new LockService;
     return *service;
+}
+
+int64_t LockService::Lock::deadlineUs() const {
+    return durationMs == 0 ? kNoDeadline : issuedUs + int64_t{durationMs} * 1000;
 }
 
 int64_t LockService::nowUs() {
@@ -111,7 +111,6 @@ int LockService::acquire(int handle, int duration, const int* list, int numArgs)
                 lock.pairs = std::move(merged);
                 lock.issuedUs = now;
                 lock.durationMs = duration;
-                lock.deadlineUs = deadlineOf(now, duration);
                 lock.stamp = mNextStamp++;
                 ++lock.reissues;
                 ++mCounters.reissued;
@@ -129,7 +128,6 @@ int LockService::acquire(int handle, int duration, const int* list, int numArgs)
             lock.order = mNextOrder++;
             lock.grantedUs = lock.issuedUs = now;
             lock.durationMs = duration;
-            lock.deadlineUs = deadlineOf(now, duration);
             lock.stamp = mNextStamp++;
             layPairs(lock.pairs, request);
             ++mCounters.granted;
@@ -201,7 +199,7 @@ int LockService::release(int handle) {
 void LockService::expireLocked(int64_t now) {
     std::vector<Lock*> due;
     for (auto& entry : mLive) {
-        if (entry.second.deadlineUs <= now) {
+        if (entry.second.deadlineUs() <= now) {
             due.push_back(&entry.second);
         }
     }
@@ -209,8 +207,8 @@ void LockService::expireLocked(int64_t now) {
         return;
     }
     std::sort(due.begin(), due.end(), [](const Lock* a, const Lock* b) {
-        return a->deadlineUs != b->deadlineUs ? a->deadlineUs < b->deadlineUs
-                                              : a->handle < b->handle;
+        const int64_t da = a->deadlineUs(), db = b->deadlineUs();
+        return da != db ? da < db : a->handle < b->handle;
     });
     for (Lock* lock : due) {
         const int handle = lock->handle;
@@ -220,7 +218,7 @@ void LockService::expireLocked(int64_t now) {
                          0,
                          handle,
                          lock->durationMs,
-                         lock->deadlineUs,
+                         lock->deadlineUs(),
                          0,
                          nullptr,
                          {},
@@ -276,23 +274,25 @@ uint64_t LockService::readEvents(uint64_t cursor, QvnPerfEventFn fn, void* ctx) 
     return batch.back().seq;
 }
 
-int LockService::forEachLock(bool leaksOnly, QvnPerfLockFn fn, void* ctx) {
+std::vector<LockService::Lock> LockService::liveLocks(bool leaksOnly, int64_t& now) {
     std::vector<Lock> copies;
-    int64_t now = 0;
-    {
-        std::lock_guard<std::mutex> guard(mMutex);
-        now = nowUs();
-        expireLocked(now);
-        for (const auto& entry : mLive) {
-            if (!leaksOnly || entry.second.durationMs == 0) {
-                copies.push_back(entry.second);
-            }
+    std::lock_guard<std::mutex> guard(mMutex);
+    now = nowUs();
+    expireLocked(now);
+    for (const auto& entry : mLive) {
+        if (!leaksOnly || entry.second.durationMs == 0) {
+            copies.push_back(entry.second);
         }
     }
+    return copies;
+}
+
+int LockService::forEachLock(bool leaksOnly, QvnPerfLockFn fn, void* ctx) {
+    int64_t now = 0;
+    const std::vector<Lock> copies = liveLocks(leaksOnly, now);
     for (const Lock& l : copies) {
         if (fn != nullptr) {
-            const int64_t left =
-                l.deadlineUs == kNoDeadline ? -1 : (l.deadlineUs - now + 999) / 1000;
+            const int64_t left = l.durationMs == 0 ? -1 : (l.deadlineUs() - now + 999) / 1000;
             const QvnPerfLockInfo info{
                 l.handle,      l.order, l.grantedUs, l.issuedUs,
                 l.durationMs,  left,    l.reissues,  static_cast<int>(l.pairs.size()),
@@ -396,27 +396,12 @@ void LockService::reset() {
 }
 
 int LockService::reportLeaks(int fd) {
-    struct Leak {
-        int handle;
-        int64_t heldMs;
-        std::vector<QvnPerfPair> pairs;
-    };
-    std::vector<Leak> leaks;
-    {
-        std::lock_guard<std::mutex> guard(mMutex);
-        const int64_t now = nowUs();
-        expireLocked(now);
-        for (const auto& entry : mLive) {
-            const Lock& l = entry.second;
-            if (l.durationMs == 0) {
-                leaks.push_back({l.handle, (now - l.grantedUs) / 1000, l.pairs});
-            }
-        }
-    }
-    for (const Leak& leak : leaks) {
+    int64_t now = 0;
+    const std::vector<Lock> leaks = liveLocks(true, now);
+    for (const Lock& leak : leaks) {
         writeLogLine(fd, 'W',
                      "leaked lock " + std::to_string(leak.handle) + " (held " +
-                         std::to_string(leak.heldMs) +
+                         std::to_string((now - leak.grantedUs) / 1000) +
                          " ms, never released): " + describePairs(leak.pairs));
     }
     return static_cast<int>(leaks.size());

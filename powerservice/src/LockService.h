@@ -40,11 +40,12 @@ class LockService {
         uint64_t order = 0;
         int64_t grantedUs = 0;
         int64_t issuedUs = 0;
-        int64_t deadlineUs = 0;  // INT64_MAX without expiry
         int durationMs = 0;
         uint64_t stamp = 0;  // last grant or re-issue, for "most recent wins"
         int reissues = 0;
         std::vector<QvnPerfPair> pairs;
+
+        int64_t deadlineUs() const;  // INT64_MAX without expiry
     };
 
     struct Event {
@@ -71,7 +72,8 @@ class LockService {
 
     void expireLocked(int64_t now);
     void pushEventLocked(Event ev);
-    void forgetExpiredLocked();
+    // Copies of the live locks (only those without expiry when leaksOnly), at `now`.
+    std::vector<Lock> liveLocks(bool leaksOnly, int64_t& now);
     std::map<int, Winner> effectiveLocked() const;
     static void layPairs(std::vector<QvnPerfPair>& dst, const std::vector<QvnPerfPair>& src);
 
