@@ -2,31 +2,10 @@
 
 #include <cstdint>
 #include <cstdio>
-#include <string>
-#include <vector>
 
 #include "Commands.h"
 #include "ExitCodes.h"
 #include "FuzzSupport.h"
-
-namespace qvnperfctl {
-
-// These two live beside the tool's main(), which a fuzz target cannot link.
-bool wantsHelp(const std::vector<std::string>& args) {
-    for (const auto& a : args) {
-        if (a == "-h" || a == "--help") {
-            return true;
-        }
-    }
-    return false;
-}
-
-int usageError(const std::string& command, const std::string& message) {
-    std::fprintf(stderr, "qvnperfctl %s: %s\n", command.c_str(), message.c_str());
-    return kExitUsage;
-}
-
-}  // namespace qvnperfctl
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
     // The report goes to standard output; the fuzzer only cares whether it gets there.

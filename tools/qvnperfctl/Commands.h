@@ -13,7 +13,7 @@ int runResources(const std::vector<std::string>& args);
 
 // True when `args` asks for help (-h or --help anywhere).
 bool wantsHelp(const std::vector<std::string>& args);
-// Prints "qvnperfctl: message" and a hint to stderr; returns kExitUsage.
+// Prints "qvnperfctl COMMAND: message" and a hint to stderr; returns kExitUsage.
 int usageError(const std::string& command, const std::string& message);
 
 }  // namespace qvnperfctl
