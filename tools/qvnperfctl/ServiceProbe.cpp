@@ -2,8 +2,6 @@
 
 #include <QvnPerfService.h>
 
-#include <algorithm>
-
 namespace qvnperfctl {
 namespace {
 
@@ -102,11 +100,10 @@ std::vector<ResourceValue> ServiceProbe::effective() const {
     return values;
 }
 
-ServiceCounters ServiceProbe::counters() const {
+QvnPerfCounters ServiceProbe::counters() const {
     QvnPerfCounters c{};
     qvnperf_get_counters(&c);
-    return {c.granted, c.reissued,     c.released, c.expired, c.released_after_expiry,
-            c.refused, c.bad_releases, c.live};
+    return c;
 }
 
 std::vector<LockSummary> ServiceProbe::liveLocks() const {

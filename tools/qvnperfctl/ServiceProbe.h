@@ -19,7 +19,7 @@ class ServiceProbe {
     // Events since the last call, oldest first.
     std::vector<LockEvent> takeEvents();
     std::vector<ResourceValue> effective() const;
-    ServiceCounters counters() const;
+    QvnPerfCounters counters() const;
     std::vector<LockSummary> liveLocks() const;
     std::vector<LockSummary> leaks() const;
     // When the next timed lock runs out, if any.

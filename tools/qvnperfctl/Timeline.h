@@ -4,6 +4,8 @@
 // (or per request, completion, expiry), each with the lock events it caused and the
 // effective values afterwards. The printer and the picture writers read only this.
 
+#include <QvnPerfService.h>
+
 #include <cstdint>
 #include <map>
 #include <string>
@@ -50,17 +52,6 @@ struct LockSummary {
     std::vector<ResourceValue> pairs;
 };
 
-struct ServiceCounters {
-    uint64_t granted = 0;
-    uint64_t reissued = 0;
-    uint64_t released = 0;
-    uint64_t expired = 0;
-    uint64_t releasedAfterExpiry = 0;
-    uint64_t refused = 0;
-    uint64_t badReleases = 0;
-    uint64_t live = 0;
-};
-
 struct Timeline {
     std::string sessionPath;
     std::string description;
@@ -68,11 +59,11 @@ struct Timeline {
     std::vector<Entry> entries;
     std::map<int, std::string> lockOrigin;  // handle -> step that granted it
     int64_t endUs = 0;
-    ServiceCounters counters;
+    QvnPerfCounters counters{};
     std::vector<LockSummary> leaks;       // live without expiry at the end
     std::vector<LockSummary> stillTimed;  // live with time left at the end
 
-    bool clean() const { return leaks.empty() && counters.badReleases == 0; }
+    bool clean() const { return leaks.empty() && counters.bad_releases == 0; }
 };
 
 }  // namespace qvnperfctl

@@ -182,9 +182,9 @@ class Printer {
             "%llu\n",
             static_cast<unsigned long long>(c.granted), static_cast<unsigned long long>(c.reissued),
             static_cast<unsigned long long>(c.released), static_cast<unsigned long long>(c.expired),
-            static_cast<unsigned long long>(c.releasedAfterExpiry),
+            static_cast<unsigned long long>(c.released_after_expiry),
             static_cast<unsigned long long>(c.refused),
-            static_cast<unsigned long long>(c.badReleases),
+            static_cast<unsigned long long>(c.bad_releases),
             static_cast<unsigned long long>(c.live));
         printLocks("timed locks still running", mTimeline.stillTimed);
         printLocks("leaked locks", mTimeline.leaks);
