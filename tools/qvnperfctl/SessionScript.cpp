@@ -2,9 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cinttypes>
 #include <cstdlib>
-#include <map>
 #include <set>
 
 #include "JsonSource.h"
@@ -45,6 +43,17 @@ std::optional<int64_t> parseNumber(const std::string& text) {
     return value;
 }
 
+// A property value as the properties file holds it: integers and booleans written out.
+std::optional<std::string> propertyText(const Json::Value& v) {
+    if (v.isString())
+        return v.asString();
+    if (v.isBool())
+        return std::string(v.asBool() ? "true" : "false");
+    if (v.isInt64())
+        return std::to_string(v.asInt64());
+    return std::nullopt;
+}
+
 // The members of one object, each read at most once; what is left is reported as
 // unknown, so that a misspelt member does not pass silently.
 class Fields {
@@ -58,21 +67,28 @@ class Fields {
     }
     void errorHere(const std::string& message) { error(mObject, message); }
 
-    const Json::Value* take(const char* name) {
+    const Json::Value* take(const char* name, bool required = false) {
         mTaken.insert(name);
-        return mObject.isMember(name) ? &mObject[name] : nullptr;
+        if (mObject.isMember(name))
+            return &mObject[name];
+        if (required)
+            errorHere(std::string("missing \"") + name + "\"");
+        return nullptr;
     }
 
     // An integer member in [min, max]: a JSON integer or a string such as "0x8001".
     std::optional<int64_t> integer(const char* name, int64_t min, int64_t max,
                                    bool required = false) {
-        const Json::Value* v = take(name);
-        if (!v) {
-            if (required)
-                errorHere(std::string("missing \"") + name + "\"");
-            return std::nullopt;
-        }
-        return integerValue(*v, name, min, max);
+        const Json::Value* v = take(name, required);
+        return v ? integerValue(*v, name, min, max) : std::nullopt;
+    }
+
+    // Stores an integer member in `to` when it is there and in range; `to` keeps its
+    // default otherwise.
+    template <typename T>
+    void integerInto(T& to, const char* name, int64_t min, int64_t max, bool required = false) {
+        if (auto value = integer(name, min, max, required))
+            to = static_cast<T>(*value);
     }
 
     std::optional<int64_t> integerValue(const Json::Value& v, const std::string& what, int64_t min,
@@ -92,12 +108,9 @@ class Fields {
     }
 
     std::optional<std::string> string(const char* name, bool required = false) {
-        const Json::Value* v = take(name);
-        if (!v) {
-            if (required)
-                errorHere(std::string("missing \"") + name + "\"");
+        const Json::Value* v = take(name, required);
+        if (!v)
             return std::nullopt;
-        }
         if (!v->isString()) {
             error(*v, std::string(name) + " must be a string");
             return std::nullopt;
@@ -160,18 +173,14 @@ class ScriptParser {
         }
         for (const auto& name : props.getMemberNames()) {
             const auto& v = props[name];
-            std::string value;
-            if (v.isString()) {
-                value = v.asString();
-            } else if (v.isInt64() || v.isBool()) {
-                value = v.isBool() ? (v.asBool() ? "true" : "false") : std::to_string(v.asInt64());
-            } else {
+            auto value = propertyText(v);
+            if (!value) {
                 top.error(v, "property " + name + " must be a string, integer or boolean");
                 continue;
             }
-            if (!validProperty(top, v, name, value))
+            if (!validProperty(top, v, name, *value))
                 continue;
-            mOut.properties.emplace_back(name, value);
+            mOut.properties.emplace_back(name, *value);
         }
     }
 
@@ -213,8 +222,7 @@ class ScriptParser {
             action = readProp(f);
         } else if (op == "wait") {
             WaitStep w;
-            if (auto ms = f.integer("ms", 0, kMaxWaitMs, true))
-                w.ms = static_cast<int>(*ms);
+            f.integerInto(w.ms, "ms", 0, kMaxWaitMs, true);
             action = w;
         } else if (op == "close") {
             action = readClose(f);
@@ -235,8 +243,7 @@ class ScriptParser {
             f.errorHere("the camera is already open (close it first)");
         mOpen = true;
         mConfigured = false;
-        if (auto ms = f.integer("boost_ms", 0, kMaxTimeoutMs))
-            s.boostMs = static_cast<int>(*ms);
+        f.integerInto(s.boostMs, "boost_ms", 0, kMaxTimeoutMs);
         return s;
     }
 
@@ -253,15 +260,11 @@ class ScriptParser {
         if (!mOpen)
             f.errorHere("configure needs an open camera (add an open step before it)");
         mConfigured = true;
-        if (auto mode = f.integer("operation_mode", 0, UINT32_MAX)) {
-            s.config.operationMode = static_cast<uint32_t>(*mode);
-        }
-        const auto* streams = f.take("streams");
-        if (!streams) {
-            f.errorHere("missing \"streams\"");
-        } else if (!streams->isArray()) {
+        f.integerInto(s.config.operationMode, "operation_mode", 0, UINT32_MAX);
+        const auto* streams = f.take("streams", true);
+        if (streams && !streams->isArray()) {
             f.error(*streams, "\"streams\" must be an array");
-        } else {
+        } else if (streams) {
             for (const auto& stream : *streams)
                 readStream(stream, s.config);
         }
@@ -301,14 +304,9 @@ class ScriptParser {
                 stream.streamType = static_cast<int32_t>(*t);
             }
         }
-        if (auto w = f.integer("width", 1, UINT32_MAX, true)) {
-            stream.width = static_cast<uint32_t>(*w);
-        }
-        if (auto h = f.integer("height", 0, UINT32_MAX))
-            stream.height = static_cast<uint32_t>(*h);
-        if (auto fmt = f.integer("format", INT32_MIN, INT32_MAX)) {
-            stream.format = static_cast<int32_t>(*fmt);
-        }
+        f.integerInto(stream.width, "width", 1, UINT32_MAX, true);
+        f.integerInto(stream.height, "height", 0, UINT32_MAX);
+        f.integerInto(stream.format, "format", INT32_MIN, INT32_MAX);
         if (const auto* usage = f.take("usage"))
             stream.usage = readUsage(f, *usage);
         f.finish();
@@ -346,17 +344,10 @@ class ScriptParser {
         if (!mConfigured) {
             f.errorHere("requests need configured streams (add a configure step before them)");
         }
-        if (auto n = f.integer("count", 1, kMaxRequests, true))
-            s.count = static_cast<int>(*n);
-        if (auto ms = f.integer("interval_ms", 1, kMaxWaitMs)) {
-            s.intervalMs = static_cast<int>(*ms);
-        }
-        if (auto n = f.integer("complete_after", 0, kMaxRequests)) {
-            s.completeAfter = static_cast<int>(*n);
-        }
-        if (auto first = f.integer("first", 0, INT32_MAX - kMaxRequests)) {
-            s.first = static_cast<int>(*first);
-        }
+        f.integerInto(s.count, "count", 1, kMaxRequests, true);
+        f.integerInto(s.intervalMs, "interval_ms", 1, kMaxWaitMs);
+        f.integerInto(s.completeAfter, "complete_after", 0, kMaxRequests);
+        f.integerInto(s.first, "first", 0, INT32_MAX - kMaxRequests);
         if (const auto* meta = f.take("metadata")) {
             if (meta->isArray() && !meta->empty()) {
                 for (const auto& m : *meta)
@@ -389,14 +380,16 @@ class ScriptParser {
                 continue;
             }
             NSCam::IMetadata::IEntry entry(*tag);
-            const auto& items = v[name];
-            for (const auto& item : items.isArray() ? items : Json::Value(Json::arrayValue)) {
+            auto add = [&](const Json::Value& item) {
                 if (auto n = itemValue(f, *tag, item))
                     entry.push_back(*n, NSCam::Type2Type<int>());
-            }
-            if (!items.isArray()) {
-                if (auto n = itemValue(f, *tag, items))
-                    entry.push_back(*n, NSCam::Type2Type<int>());
+            };
+            const auto& items = v[name];
+            if (items.isArray()) {
+                for (const auto& item : items)
+                    add(item);
+            } else {
+                add(items);
             }
             meta.update(*tag, entry);
             label += (label.empty() ? "" : " ") + shortName(name) + "=" + compact(items);
@@ -431,22 +424,16 @@ class ScriptParser {
 
     StepAction readBoost(Fields& f) {
         BoostStep s;
-        if (const auto* level = f.take("level")) {
+        if (const auto* level = f.take("level", true)) {
             if (level->isString() && level->asString() == "default") {
                 s.defaultBoost = true;
             } else if (auto n = f.integerValue(*level, "level (0-3 or \"default\")", INT32_MIN,
                                                INT32_MAX)) {
                 s.level = static_cast<int>(*n);
             }
-        } else {
-            f.errorHere("missing \"level\"");
         }
-        if (auto ms = f.integer("timeout_ms", 0, kMaxTimeoutMs, true)) {
-            s.timeoutMs = static_cast<int>(*ms);
-        }
-        if (auto ms = f.integer("release_after_ms", 0, kMaxTimeoutMs)) {
-            s.releaseAfterMs = static_cast<int>(*ms);
-        }
+        f.integerInto(s.timeoutMs, "timeout_ms", 0, kMaxTimeoutMs, true);
+        f.integerInto(s.releaseAfterMs, "release_after_ms", 0, kMaxTimeoutMs);
         return s;
     }
 
@@ -472,11 +459,8 @@ class ScriptParser {
                 }
             }
         }
-        if (auto flags = f.integer("flags", 0, 0xffff, true))
-            s.flags = static_cast<int>(*flags);
-        if (auto ms = f.integer("release_after_ms", 0, kMaxTimeoutMs)) {
-            s.releaseAfterMs = static_cast<int>(*ms);
-        }
+        f.integerInto(s.flags, "flags", 0, 0xffff, true);
+        f.integerInto(s.releaseAfterMs, "release_after_ms", 0, kMaxTimeoutMs);
         return s;
     }
 
@@ -484,19 +468,13 @@ class ScriptParser {
         PropStep s;
         if (auto name = f.string("name", true))
             s.name = *name;
-        if (const auto* value = f.take("value")) {
-            if (value->isString()) {
-                s.value = value->asString();
-            } else if (value->isInt64()) {
-                s.value = std::to_string(value->asInt64());
-            } else if (value->isBool()) {
-                s.value = value->asBool() ? "true" : "false";
+        if (const auto* value = f.take("value", true)) {
+            if (auto text = propertyText(*value)) {
+                s.value = *text;
             } else {
                 f.error(*value, "value must be a string, integer or boolean");
             }
             validProperty(f, *value, s.name, s.value);
-        } else {
-            f.errorHere("missing \"value\"");
         }
         return s;
     }
