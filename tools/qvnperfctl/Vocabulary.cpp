@@ -3,7 +3,6 @@
 #include <PerfCtrlHelper.h>
 
 #include <algorithm>
-#include <cctype>
 
 namespace qvnperfctl {
 
@@ -46,12 +45,9 @@ std::string Vocabulary::classOf(const std::string& name) {
 }
 
 std::vector<const Resource*> Vocabulary::inClass(const std::string& word) const {
-    std::string upper(word);
-    std::transform(upper.begin(), upper.end(), upper.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
     std::vector<const Resource*> found;
     for (const auto& r : mResources) {
-        if (classOf(r.name) == upper)
+        if (classOf(r.name) == word)
             found.push_back(&r);
     }
     return found;

@@ -22,7 +22,8 @@ class Vocabulary {
     const std::vector<Resource>& all() const { return mResources; }
     const Resource* byName(const std::string& name) const;
     const Resource* byId(int id) const;
-    // Case-insensitive class word ("CPUFREQ", "fps", ...); empty when unknown.
+    // The resources of a class word as classOf() gives it ("CPUFREQ", "FPS", ...);
+    // empty when unknown.
     std::vector<const Resource*> inClass(const std::string& word) const;
     // Class words in order of their first id.
     std::vector<std::string> classes() const;
