@@ -1,12 +1,10 @@
 // System properties on a Linux host: the file named by QVNCAM_PROPERTIES, one
 // name=value per line, plus in-process overrides set by tests.
 
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <time.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -18,6 +16,7 @@
 
 #include "qvncam/platform/HostControl.h"
 #include "qvncam/platform/Properties.h"
+#include "qvncam/platform/ReadFile.h"
 
 namespace qvncam {
 namespace platform {
@@ -65,32 +64,6 @@ void parseFile(std::string_view text, ValueMap& out) {
             continue;
         out.insert_or_assign(std::string(name), std::string(trim(line.substr(eq + 1))));
     }
-}
-
-// Reads the whole file; on success `fd` stays open so later reads can check it cheaply.
-bool readRegularFile(const char* path, struct stat& st, std::string& out, int& fd) {
-    fd = ::open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-    if (fd < 0)
-        return false;
-    bool ok = ::fstat(fd, &st) == 0 && S_ISREG(st.st_mode) && st.st_size <= kMaxPropertyFileSize;
-    if (ok) {
-        out.resize(static_cast<size_t>(st.st_size));
-        size_t got = 0;
-        while (got < out.size()) {
-            ssize_t n = ::read(fd, &out[got], out.size() - got);
-            if (n < 0 && errno == EINTR)
-                continue;
-            if (n <= 0)
-                break;
-            got += static_cast<size_t>(n);
-        }
-        out.resize(got);
-    }
-    if (!ok) {
-        ::close(fd);
-        fd = -1;
-    }
-    return ok;
 }
 
 bool sameTime(const timespec& a, const timespec& b) {
@@ -146,7 +119,9 @@ struct Snapshot {
         unload();
         struct stat st {};
         std::string text;
-        if (!readRegularFile(p, st, text, fd))
+        std::string why;  // an unreadable file reads as no file
+        fd = readRegularFile(p, kMaxPropertyFileSize, st, text, why);
+        if (fd < 0)
             return;
         parseFile(text, values);
         loaded = true;

@@ -2,17 +2,14 @@
 
 #include "QvncamJSON.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
-#include <cerrno>
-#include <cstring>
 #include <string>
 #include <utility>
 
 #include "CamLog.h"
 #include "qvncam/platform/Properties.h"
+#include "qvncam/platform/ReadFile.h"
 
 namespace {
 
@@ -20,43 +17,6 @@ constexpr const char* kPerfConfigProperty = "vendor.debug.qvncam.perfjson";
 constexpr const char* kPerfConfigDefault = "/vendor/etc/camera/qvncam_perf_config.json";
 // A configuration is a few kilobytes; anything past this is refused, not loaded.
 constexpr off_t kMaxConfigSize = 16 * 1024 * 1024;
-
-// Reads a regular file; on failure returns false with a reason in `why`.
-bool readConfigFile(const std::string& path, std::string& out, std::string& why) {
-    int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-    if (fd < 0) {
-        why = std::strerror(errno);
-        return false;
-    }
-    struct stat st {};
-    bool ok = false;
-    if (::fstat(fd, &st) != 0) {
-        why = std::strerror(errno);
-    } else if (!S_ISREG(st.st_mode)) {
-        why = "not a regular file";
-    } else if (st.st_size > kMaxConfigSize) {
-        why = "larger than " + std::to_string(kMaxConfigSize) + " bytes";
-    } else {
-        out.resize(static_cast<size_t>(st.st_size));
-        size_t got = 0;
-        ok = true;
-        while (got < out.size()) {
-            ssize_t n = ::read(fd, &out[got], out.size() - got);
-            if (n < 0 && errno == EINTR)
-                continue;
-            if (n < 0) {
-                why = std::strerror(errno);
-                ok = false;
-            }
-            if (n <= 0)
-                break;
-            got += static_cast<size_t>(n);
-        }
-        out.resize(got);
-    }
-    ::close(fd);
-    return ok;
-}
 
 // jsoncpp reports errors over several lines; a log line wants one.
 std::string oneLine(std::string text) {
@@ -80,10 +40,13 @@ class QvncamJSONConvertorImp : public QvncamJSONConvertor {
             qvncam::platform::property_get_string(kPerfConfigProperty, kPerfConfigDefault);
         std::string text;
         std::string why;
-        if (!readConfigFile(path, text, why)) {
+        struct stat st {};
+        int fd = qvncam::platform::readRegularFile(path.c_str(), kMaxConfigSize, st, text, why);
+        if (fd < 0) {
             CAM_LOGW("cannot read %s: %s", path.c_str(), why.c_str());
             return 0;
         }
+        ::close(fd);
         QvncamJSONData doc;
         if (!doc.parse(text, &why)) {
             CAM_LOGW("malformed %s: %s", path.c_str(), oneLine(why).c_str());
