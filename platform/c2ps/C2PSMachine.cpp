@@ -5,30 +5,24 @@
 #include "C2PSMachine.h"
 
 #include <cstring>
-#include <mutex>
 
 #include "CamLog.h"
-#include "qvncam/platform/HostControl.h"
+#include "qvncam/platform/C2PSRecord.h"
 
-namespace {
+namespace qvncam {
+namespace platform {
 
-struct LastInit {
-    std::mutex mutex;
-    bool received = false;
-    C2PSInitParams params{};  // zero-initialised, padding included
-};
-
-// Never destroyed: init may run from another object's destructor at exit.
-LastInit& lastInit() {
-    static LastInit* const last = new LastInit;
-    return *last;
+C2PSInitRecord& c2psInitRecord() {
+    static C2PSInitRecord* const record = new C2PSInitRecord;
+    return *record;
 }
 
-}  // namespace
+}  // namespace platform
+}  // namespace qvncam
 
 int C2PSMachine::init(const C2PSInitParams& params) {
     {
-        LastInit& last = lastInit();
+        qvncam::platform::C2PSInitRecord& last = qvncam::platform::c2psInitRecord();
         std::lock_guard<std::mutex> lock(last.mutex);
         // Byte for byte, padding included, so that callers can check the whole layout.
         std::memcpy(&last.params, &params, sizeof(params));
@@ -42,24 +36,3 @@ int C2PSMachine::init(const C2PSInitParams& params) {
         params.pfPolicy ? 1 : 0);
     return 0;
 }
-
-namespace qvncam {
-namespace host {
-
-bool lastC2PSInit(C2PSInitParams* out) {
-    LastInit& last = lastInit();
-    std::lock_guard<std::mutex> lock(last.mutex);
-    if (last.received && out != nullptr)
-        std::memcpy(out, &last.params, sizeof(*out));
-    return last.received;
-}
-
-void resetC2PSInit() {
-    LastInit& last = lastInit();
-    std::lock_guard<std::mutex> lock(last.mutex);
-    last.received = false;
-    std::memset(&last.params, 0, sizeof(last.params));
-}
-
-}  // namespace host
-}  // namespace qvncam

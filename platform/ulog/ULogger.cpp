@@ -12,7 +12,6 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "qvncam/platform/HostControl.h"
 #include "qvncam/platform/Properties.h"
 
 namespace NSCam {
@@ -122,13 +121,3 @@ void ULogger::log(uint32_t module, const char* tag, int level, const char* messa
 }  // namespace ULog
 }  // namespace Utils
 }  // namespace NSCam
-
-namespace qvncam {
-namespace host {
-
-void reloadULogger() {
-    NSCam::Utils::ULog::ULogger::reload();
-}
-
-}  // namespace host
-}  // namespace qvncam

@@ -1,0 +1,35 @@
+// Host controls over the shared platform pieces: the unified logger's settings and
+// the last C2PS record.
+
+#include "qvncam/platform/HostControl.h"
+
+#include <cstring>
+#include <mutex>
+
+#include "ULogger.h"
+#include "qvncam/platform/C2PSRecord.h"
+
+namespace qvncam {
+namespace host {
+
+void reloadULogger() {
+    NSCam::Utils::ULog::ULogger::reload();
+}
+
+bool lastC2PSInit(C2PSInitParams* out) {
+    platform::C2PSInitRecord& last = platform::c2psInitRecord();
+    std::lock_guard<std::mutex> lock(last.mutex);
+    if (last.received && out != nullptr)
+        std::memcpy(out, &last.params, sizeof(*out));
+    return last.received;
+}
+
+void resetC2PSInit() {
+    platform::C2PSInitRecord& last = platform::c2psInitRecord();
+    std::lock_guard<std::mutex> lock(last.mutex);
+    last.received = false;
+    std::memset(&last.params, 0, sizeof(last.params));
+}
+
+}  // namespace host
+}  // namespace qvncam
