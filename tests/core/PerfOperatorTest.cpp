@@ -4,13 +4,12 @@
 
 #include <atomic>
 #include <cstdio>
-#include <fstream>
-#include <sstream>
 #include <thread>
 #include <tuple>
 
 #include "CoreTestSupport.h"
 #include "PerfOperatorImp.h"
+#include "common/ReadText.h"
 #include "doubles/RecordingPowerClient.h"
 
 using namespace NSCam::NSCamFeature::NSCamPerfCtrl;
@@ -37,13 +36,6 @@ std::shared_ptr<PerfOperator> makeOp() {
 void setTraceAndLogLevel(bool cameraTrace, int logLevel) {
     qvncam::host::setProperty("debug.atrace.tags.enableflags", cameraTrace ? "0x400" : "0");
     qvncam::host::setProperty("vendor.cam3perfctrl.log", std::to_string(logLevel));
-}
-
-// The slices in this process's own trace file.
-std::string traceOf(const std::string& path) {
-    std::stringstream in;
-    in << std::ifstream(path).rdbuf();
-    return in.str();
 }
 
 // failures: "Failed to allocate handle!" from construction and perform_extra; releases: by
@@ -131,7 +123,7 @@ TEST_F(OperatorTest, TracesListsAndDrawsCookiesOnlyFromLevelOne) {
     PerfOperatorImp alpha(kCmds, 0, "alpha");   // cookie 1
     PerfOperatorImp(kCmds, 0, nullptr);         // cookie 2
     PerfOperatorImp timed(kCmds, 30, "timed");  // handle 5, cookie 3; its timer ends the slice
-    for (int i = 0; i < 1000 && coretest::countOf(traceOf(trace), "timed") < 2; ++i) {
+    for (int i = 0; i < 1000 && coretest::countOf(readText(trace), "timed") < 2; ++i) {
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
     EXPECT_FALSE(timed.isAlive());
@@ -141,9 +133,9 @@ TEST_F(OperatorTest, TracesListsAndDrawsCookiesOnlyFromLevelOne) {
     const std::string err = testing::internal::GetCapturedStderr();
     const std::string b = "S|" + std::to_string(getpid()) + "|Cam3PerfCtrl:";  // begin
     const std::string e = "F|" + std::to_string(getpid()) + "|Cam3PerfCtrl:";  // end
-    EXPECT_EQ(traceOf(trace), b + "alpha|1\n" + b + "_null_user_name_|2\n" + e +
-                                  "_null_user_name_|2\n" + b + "timed|3\n" + e + "timed|3\n" + e +
-                                  "timed|3\n" + e + "alpha|1\n");
+    EXPECT_EQ(readText(trace), b + "alpha|1\n" + b + "_null_user_name_|2\n" + e +
+                                   "_null_user_name_|2\n" + b + "timed|3\n" + e + "timed|3\n" + e +
+                                   "timed|3\n" + e + "alpha|1\n");
     std::remove(trace.c_str());
     auto debug = [&err](const char* m) { return coretest::countLog(err, 'D', "Cam3PerfCtrl", m); };
     EXPECT_EQ(debug("mHandle="), 4) << err;

@@ -13,7 +13,6 @@
 #include <climits>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <memory>
 #include <string>
 #include <thread>
@@ -23,6 +22,7 @@
 #include "CamLog.h"
 #include "NSCamProperties.h"
 #include "QvncamJSON.h"
+#include "common/ReadText.h"
 #include "qvncam/platform/HostControl.h"
 #include "qvncam/platform/Properties.h"
 #include "qvncam/platform/Trace.h"
@@ -35,11 +35,6 @@ using testing::internal::CaptureStderr;
 using testing::internal::GetCapturedStderr;
 // All the convertor writes about a bad file or value: one warning under its own tag.
 const char* const kOneJsonWarning = "W/QvncamJSONConvertor\\( *[0-9]+\\): [^\n]*\n";
-
-std::string readFile(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
-}
 
 void setULog(int detail, uint32_t mask, uint32_t mode) {
     host::setProperty("vendor.debug.qvncam.ulog.detail", std::to_string(detail));
@@ -198,7 +193,7 @@ TEST_F(HostPlatform, LogGateByLevelAndMaskThenSinksByModeWord) {
         CAM_LOGW("%d", ++calls);
         CAM_LOGE("%d", ++calls);
         EXPECT_EQ(priorities(GetCapturedStderr(), 0), c.android) << c.detail << " " << c.mode;
-        EXPECT_EQ(priorities(readFile(path("ulog")), 10), c.ulog) << c.detail << " " << c.mode;
+        EXPECT_EQ(priorities(readText(path("ulog")), 10), c.ulog) << c.detail << " " << c.mode;
         EXPECT_EQ(calls, int((std::string(c.android) + c.ulog).size()));
     }
 }
@@ -214,7 +209,7 @@ TEST_F(HostPlatform, LogErrorSuffixOnTheAndroidLogOnlyAndTheULogBufferLimit) {
     EXPECT_EQ(GetCapturedStderr(), "E/LogTest" + p + "boom 7 (TestBody){#" + std::to_string(line) +
                                        ":" + __FILE__ + "}\nD/LogTest" + p + big + "\nI/T" + p +
                                        "a\nI/T" + p + "b\n");
-    EXPECT_EQ(readFile(path("ulog")),
+    EXPECT_EQ(readText(path("ulog")),
               "0x1001015 E/LogTest: boom 7\n0x1001015 D/LogTest: " + big.substr(0, 1023) + "\n");
 }
 
@@ -232,7 +227,7 @@ TEST_F(HostPlatform, TraceTagsReadAtEachQueryAndSlicesGoToTheTraceFile) {
     ::setenv("QVNCAM_TRACE_FILE", path("trace").c_str(), 1);
     atrace_async_begin("runPerfBoost-12", 3);
     atrace_async_end("runPerfBoost-12", -1);
-    EXPECT_EQ(readFile(path("trace")),
+    EXPECT_EQ(readText(path("trace")),
               "S|" + pid + "|runPerfBoost-12|3\nF|" + pid + "|runPerfBoost-12|-1\n");
 }
 

@@ -9,9 +9,10 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
+
+#include "common/ReadText.h"
 
 using testing::HasSubstr;
 
@@ -19,11 +20,6 @@ struct ToolRun {
     int status;  // exit status, -1 when the tool did not exit normally
     std::string out, err;
 };
-
-inline std::string readText(const std::string& path) {
-    std::ifstream in(path);
-    return {std::istreambuf_iterator<char>(in), {}};
-}
 
 // A fresh path in this process's scratch directory, which goes when the process ends; the
 // file is written when `text` is given.
