@@ -14,9 +14,11 @@ constexpr int64_t kMaxWaitMs = 60000;
 constexpr int64_t kMaxTimeoutMs = 600000;
 constexpr int64_t kMaxRequests = 10000;
 
+constexpr uint32_t kTagCaptureIntent = 0x1000d;  // android.control.captureIntent
+
 const std::pair<const char*, uint32_t> kTagNames[] = {
     {"android.control.aeTargetFpsRange", qcam::TAG_CONTROL_AE_TARGET_FPS_RANGE},
-    {"android.control.captureIntent", 0x1000d},
+    {"android.control.captureIntent", kTagCaptureIntent},
 };
 
 // Android's android.control.captureIntent values.
@@ -399,7 +401,7 @@ class ScriptParser {
     }
 
     std::optional<int> itemValue(Fields& f, uint32_t tag, const Json::Value& item) {
-        if (tag == 0x1000d && item.isString()) {
+        if (tag == kTagCaptureIntent && item.isString()) {
             for (const auto& [word, value] : kCaptureIntents) {
                 if (item.asString() == word)
                     return value;
