@@ -2,11 +2,12 @@
 # Checks what libqvncam_perfctrl.so shows the dynamic linker: the public surface is
 # exported, nothing of the platform seam or the controller's internals is, and the
 # loadable libraries stay replaceable through LD_LIBRARY_PATH (no DT_RPATH, no
-# link-time dependency on them).
-#   check-exports.sh LIB.so
+# link-time dependency on them), and every exported variable stays preemptible.
+#   check-exports.sh LIB.so DYNAMIC_LIST
 set -euo pipefail
 
 lib=$1
+dynlist=$2
 nm=${NM:-nm}
 readelf=${READELF:-readelf}
 fail=0
@@ -54,6 +55,15 @@ done
 for s in "${required[@]}"; do
     grep -qxF "$s" <<<"$all" || problem "not exported: $s"
 done
+
+# An executable that reads an exported variable may hold its own copy of it; a variable
+# bound inside the library would then be initialised in one copy and read in the other.
+variables=$("$nm" -D --defined-only -C "$lib" | awk '$2 ~ /^[BDR]$/ { $1 = $2 = ""; sub(/^ +/, ""); print }')
+listed=$(sed -n 's/^ *"\(.*\)";$/\1/p' "$dynlist")
+if unlisted=$(grep -vxF -f <(printf '%s\n' "$listed") <<<"$variables"); then
+    problem "exported variables missing from $(basename "$dynlist"):"
+    sed 's/^/    /' <<<"$unlisted"
+fi
 
 dynamic=$("$readelf" -d "$lib")
 grep -q '(RPATH)' <<<"$dynamic" && problem "DT_RPATH set (LD_LIBRARY_PATH must win):" \
