@@ -1,6 +1,7 @@
 // The power service's resource vocabulary, expanded from PowerResources.def.
 
-#include <cstring>
+#include <tuple>
+#include <utility>
 
 #include "PerfCtrlHelper.h"
 
@@ -14,14 +15,20 @@ namespace {
 #define QVNCAM_PERF_RES_PERMITTED_1 true
 #define QVNCAM_PERF_RES_PERMITTED_0 false
 
-// The rows as relocation-free constants: all names in one string, ids and flags in plain
-// arrays. The tables are built at every load of the library, so this keeps the loader's
-// relocation work and the copy-on-write pages down.
+// The rows as relocation-free constants: all names in one string, their lengths, ids and
+// flags in plain arrays. The tables are built at every load of the library, so this keeps
+// the loader's relocation work, the copy-on-write pages and the scanning for ends down.
 constexpr char kNames[] =
 #define PERF_RES(name, id, permitted) #name "\0"
 #include "PowerResources.def"
 #undef PERF_RES
     ;
+
+constexpr unsigned char kLengths[] = {
+#define PERF_RES(name, id, permitted) sizeof(#name) - 1,
+#include "PowerResources.def"
+#undef PERF_RES
+};
 
 constexpr int kIds[] = {
 #define PERF_RES(name, id, permitted) id,
@@ -39,16 +46,25 @@ constexpr bool kPermitted[] = {
 #undef QVNCAM_PERF_RES_PERMITTED_0
 
 constexpr size_t kRows = sizeof(kIds) / sizeof(kIds[0]);
-static_assert(sizeof(kPermitted) == kRows, "one flag per row");
+static_assert(sizeof(kPermitted) == kRows && sizeof(kLengths) == kRows, "one entry per row");
+
+// The names' blob as the lengths describe it; a name too long for its length wraps.
+constexpr size_t blobSize() {
+    size_t total = 1;
+    for (unsigned char length : kLengths) {
+        total += length + 1;
+    }
+    return total;
+}
+static_assert(sizeof(kNames) == blobSize(), "a name longer than 255 characters");
 
 // Calls fn(index, name, length) for every row, in file order.
 template <typename Fn>
 void forEachRow(Fn&& fn) {
     const char* name = kNames;
     for (size_t i = 0; i < kRows; ++i) {
-        const size_t length = std::strlen(name);
-        fn(i, name, length);
-        name += length + 1;
+        fn(i, name, kLengths[i]);
+        name += kLengths[i] + 1;
     }
 }
 
@@ -68,7 +84,8 @@ const std::unordered_map<int, std::string> PerfCtrlHelper::PowerEnumToStringMap
     __attribute__((init_priority(101))) = [] {
         std::unordered_map<int, std::string> table(kRows);
         forEachRow([&](size_t i, const char* name, size_t length) {
-            table.emplace(kIds[i], std::string(name, length));
+            table.emplace(std::piecewise_construct, std::forward_as_tuple(kIds[i]),
+                          std::forward_as_tuple(name, length));
         });
         return table;
     }();
@@ -77,7 +94,8 @@ const std::unordered_map<std::string, int> PerfCtrlHelper::StringToPowerEnumMap
     __attribute__((init_priority(101))) = [] {
         std::unordered_map<std::string, int> table(kRows);
         forEachRow([&](size_t i, const char* name, size_t length) {
-            table.emplace(std::string(name, length), kIds[i]);
+            table.emplace(std::piecewise_construct, std::forward_as_tuple(name, length),
+                          std::forward_as_tuple(kIds[i]));
         });
         return table;
     }();
