@@ -24,6 +24,7 @@ constexpr char kNames[] =
 #undef PERF_RES
     ;
 
+// A name too long for its length does not compile (narrowing in the list).
 constexpr unsigned char kLengths[] = {
 #define PERF_RES(name, id, permitted) sizeof(#name) - 1,
 #include "PowerResources.def"
@@ -47,16 +48,6 @@ constexpr bool kPermitted[] = {
 
 constexpr size_t kRows = sizeof(kIds) / sizeof(kIds[0]);
 static_assert(sizeof(kPermitted) == kRows && sizeof(kLengths) == kRows, "one entry per row");
-
-// The names' blob as the lengths describe it; a name too long for its length wraps.
-constexpr size_t blobSize() {
-    size_t total = 1;
-    for (unsigned char length : kLengths) {
-        total += length + 1;
-    }
-    return total;
-}
-static_assert(sizeof(kNames) == blobSize(), "a name longer than 255 characters");
 
 // Calls fn(index, name, length) for every row, in file order.
 template <typename Fn>
