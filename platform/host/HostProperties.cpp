@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <functional>
 #include <map>
 #include <mutex>
 #include <shared_mutex>
@@ -22,17 +23,8 @@ namespace qvncam {
 namespace platform {
 namespace {
 
-// Looks names up as string_views without building a std::string.
-struct NameLess {
-    using is_transparent = void;
-    bool operator()(std::string_view a, std::string_view b) const {
-        size_t n = a.size() < b.size() ? a.size() : b.size();
-        int r = n > 0 ? std::memcmp(a.data(), b.data(), n) : 0;
-        return r != 0 ? r < 0 : a.size() < b.size();
-    }
-};
-
-using ValueMap = std::map<std::string, std::string, NameLess>;
+// Transparent, so names are looked up as string_views without building a std::string.
+using ValueMap = std::map<std::string, std::string, std::less<>>;
 
 // A larger file is treated as unreadable rather than loaded.
 constexpr off_t kMaxPropertyFileSize = 16 * 1024 * 1024;
@@ -172,26 +164,25 @@ bool withValue(const char* key, Fn&& fn) {
     if (key == nullptr)
         return false;
     Store& s = store();
+    // Called with the lock held.
+    auto answer = [&] {
+        const std::string* v = findLocked(s, key);
+        if (v != nullptr)
+            fn(*v);
+        return v != nullptr;
+    };
     const char* path = propertyFilePath();
     {
         std::shared_lock<std::shared_mutex> lock(s.mutex);
-        if (s.file.stillCurrent(path)) {
-            const std::string* v = findLocked(s, key);
-            if (v != nullptr)
-                fn(*v);
-            return v != nullptr;
-        }
+        if (s.file.stillCurrent(path))
+            return answer();
     }
     struct stat st {};
     bool present = path != nullptr && ::stat(path, &st) == 0;
     {
         std::shared_lock<std::shared_mutex> lock(s.mutex);
-        if (present ? s.file.matches(path, st) : !s.file.loaded) {
-            const std::string* v = findLocked(s, key);
-            if (v != nullptr)
-                fn(*v);
-            return v != nullptr;
-        }
+        if (present ? s.file.matches(path, st) : !s.file.loaded)
+            return answer();
     }
     std::unique_lock<std::shared_mutex> lock(s.mutex);
     if (!present) {
@@ -199,10 +190,7 @@ bool withValue(const char* key, Fn&& fn) {
     } else if (!s.file.matches(path, st)) {
         s.file.load(path);
     }
-    const std::string* v = findLocked(s, key);
-    if (v != nullptr)
-        fn(*v);
-    return v != nullptr;
+    return answer();
 }
 
 // Whole value, base from its prefix (0x hex, leading 0 octal, else decimal), optional sign.
@@ -304,9 +292,7 @@ void setProperty(const std::string& name, const std::string& value) {
 void clearProperty(const std::string& name) {
     auto& s = platform::store();
     std::unique_lock<std::shared_mutex> lock(s.mutex);
-    auto it = s.overrides.find(name);
-    if (it != s.overrides.end())
-        s.overrides.erase(it);
+    s.overrides.erase(name);
 }
 
 void clearAllProperties() {
