@@ -112,12 +112,6 @@ std::vector<LockSummary> ServiceProbe::liveLocks() const {
     return collector.locks;
 }
 
-std::vector<LockSummary> ServiceProbe::leaks() const {
-    LockCollector collector{mOriginUs, {}};
-    qvnperf_get_leaks(&LockCollector::add, &collector);
-    return collector.locks;
-}
-
 std::optional<int64_t> ServiceProbe::nextExpiryUs() const {
     struct Ctx {
         int64_t originUs;

@@ -20,8 +20,8 @@ class ServiceProbe {
     std::vector<LockEvent> takeEvents();
     std::vector<ResourceValue> effective() const;
     QvnPerfCounters counters() const;
+    // In order of creation; those without expiry have timeLeftMs -1.
     std::vector<LockSummary> liveLocks() const;
-    std::vector<LockSummary> leaks() const;
     // When the next timed lock runs out, if any.
     std::optional<int64_t> nextExpiryUs() const;
 

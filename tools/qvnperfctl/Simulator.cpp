@@ -337,10 +337,10 @@ class Simulator {
     void summarise() {
         mTimeline.endUs = mProbe.nowUs();
         mTimeline.counters = mProbe.counters();
-        mTimeline.leaks = mProbe.leaks();
+        // One snapshot: the locks without expiry are the leaks, the rest still run.
         for (auto& lock : mProbe.liveLocks()) {
-            if (lock.timeLeftMs >= 0)
-                mTimeline.stillTimed.push_back(std::move(lock));
+            (lock.timeLeftMs < 0 ? mTimeline.leaks : mTimeline.stillTimed)
+                .push_back(std::move(lock));
         }
         for (auto* list : {&mTimeline.leaks, &mTimeline.stillTimed}) {
             for (auto& lock : *list)
