@@ -21,6 +21,15 @@ const std::pair<const char*, uint32_t> kTagNames[] = {
     {"android.control.captureIntent", kTagCaptureIntent},
 };
 
+// Metadata tag names a script may use instead of numbers.
+std::optional<uint32_t> metadataTagByName(const std::string& name) {
+    for (const auto& [tagName, tag] : kTagNames) {
+        if (name == tagName)
+            return tag;
+    }
+    return std::nullopt;
+}
+
 // Android's android.control.captureIntent values.
 const std::pair<const char*, int> kCaptureIntents[] = {
     {"CUSTOM", 0},         {"PREVIEW", 1},          {"STILL_CAPTURE", 2}, {"VIDEO_RECORD", 3},
@@ -236,7 +245,7 @@ class ScriptParser {
         }
         f.finish();
         if (action)
-            mOut.steps.push_back({line, op, std::move(*action)});
+            mOut.steps.push_back({line, std::move(*action)});
     }
 
     StepAction readOpen(Fields& f) {
@@ -489,14 +498,6 @@ class ScriptParser {
 };
 
 }  // namespace
-
-std::optional<uint32_t> metadataTagByName(const std::string& name) {
-    for (const auto& [tagName, tag] : kTagNames) {
-        if (name == tagName)
-            return tag;
-    }
-    return std::nullopt;
-}
 
 std::vector<ScriptError> parseSession(const JsonSource& source, Session& out) {
     out = Session();

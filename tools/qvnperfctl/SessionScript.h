@@ -90,7 +90,6 @@ using StepAction = std::variant<OpenStep, ConfigureStep, RequestsStep, BoostStep
 
 struct Step {
     int line = 0;
-    std::string op;
     StepAction action;
 };
 
@@ -108,8 +107,5 @@ struct ScriptError {
 
 // Reads a parsed script; returns the problems found, each with its line (empty: ok).
 std::vector<ScriptError> parseSession(const JsonSource& source, Session& out);
-
-// Metadata tag names a script may use instead of numbers.
-std::optional<uint32_t> metadataTagByName(const std::string& name);
 
 }  // namespace qvnperfctl
