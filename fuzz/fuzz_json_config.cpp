@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string>
 
-#include "ControllerPeer.h"
+#include "../tests/common/ControllerPeer.h"
 #include "FuzzSupport.h"
 
 namespace {

@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "ControllerPeer.h"
+#include "../tests/common/ControllerPeer.h"
 #include "FuzzSupport.h"
 #include "PerfCtrlHelper.h"
 

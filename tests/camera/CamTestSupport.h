@@ -1,29 +1,18 @@
 #pragma once
 
 // Shared pieces of the camera-operation tests: a fixture with its own controller and the
-// recording power client, a log helper, and a peer into the controller. Every test case
-// runs in a process of its own, so the doubles and properties start fresh.
+// recording power client, and a log helper. Every test case runs in a process of its own,
+// so the doubles and properties start fresh.
 
 #include <gtest/gtest.h>
 #include <unistd.h>
 
 #include "C2PSMachine.h"
-#include "Cam3PerfCtrlImp.h"
 #include "PerfCtrlHelper.h"
+#include "common/ControllerPeer.h"
 #include "doubles/CustomDouble.h"
 #include "doubles/RecordingPowerClient.h"
 #include "qvncam/platform/HostControl.h"
-
-namespace NSCam::NSCamFeature::NSCamPerfCtrl {
-class Cam3PerfCtrlImpTestPeer {
-  public:
-    static void setLogLevel(Cam3PerfCtrlImp& c, int level) { c.miLogLevel.store(level); }
-    static bool prepareJson(Cam3PerfCtrlImp& c, const QvncamJSONData& doc, JsonCmdSet& out) {
-        return c.__prepareJsonCmds(doc, out);
-    }
-    static int scene(Cam3PerfCtrlImp& c) { return c.miCPUAffyScene.load(); }
-};
-}  // namespace NSCam::NSCamFeature::NSCamPerfCtrl
 
 namespace camtest {
 

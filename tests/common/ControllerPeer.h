@@ -1,6 +1,6 @@
 #pragma once
 
-// Reaches the controller's private steps and fields for the fuzz targets.
+// Reaches the controller's private steps and fields, for the tests and the fuzz targets.
 
 #include "Cam3PerfCtrlImp.h"
 
@@ -10,6 +10,11 @@ namespace NSCamPerfCtrl {
 
 class Cam3PerfCtrlImpTestPeer {
   public:
+    static void setLogLevel(Cam3PerfCtrlImp& c, int level) { c.miLogLevel.store(level); }
+    static int scene(Cam3PerfCtrlImp& c) { return c.miCPUAffyScene.load(); }
+    static bool prepareJson(Cam3PerfCtrlImp& c, const QvncamJSONData& doc, JsonCmdSet& out) {
+        return c.__prepareJsonCmds(doc, out);
+    }
     static void setCustomisation(Cam3PerfCtrlImp& c, CustomEnterCameraFn enter,
                                  CustomConfigTimeFn config, CustomRuntimeFn runtime) {
         c.mfnEnterCamCPUCtrl = enter;
