@@ -2,12 +2,13 @@
 // customisation library.
 
 #include <pthread.h>
-#include <sched.h>
 
 #include <atomic>
 #include <thread>
 
 #include "CamTestSupport.h"
+#include "common/AllowedCpuMask.h"
+#include "common/DebugLog.h"
 
 namespace camtest {
 namespace {
@@ -15,16 +16,6 @@ namespace {
 // The recording client numbers new locks 1, 2, 3, ...: opening and configuring a camera
 // takes 1 platform, 2 boost, 3 the custom enter lock and 4 configure's.
 constexpr int kEnterHandle = 3, kConfigHandle = 4;
-
-// The calling thread's CPUs 0 to 30 as a mask.
-int currentMask() {
-    cpu_set_t set;
-    EXPECT_EQ(sched_getaffinity(0, sizeof(set), &set), 0);
-    int mask = 0;
-    for (int cpu = 0; cpu < 31; ++cpu)
-        mask |= CPU_ISSET(cpu, &set) ? 1 << cpu : 0;
-    return mask;
-}
 
 using RequestTest = CamTest;
 
@@ -121,12 +112,10 @@ TEST_F(RequestTest, WholeSessionWithCompletionsOnAnotherThreadLeavesNoLock) {
 }
 
 TEST_F(CamTest, AffinityPlacesTheCallingThreadQueryOnlyAsks) {
-    const int initial = currentMask();
+    const int initial = allowedMask(31);
     if ((initial & 0x3) != 0x3)
         GTEST_SKIP() << "needs CPUs 0 and 1";
-    setProperty("vendor.debug.qvncam.ulog.detail", "5");  // the controller's debug lines
-    setProperty("vendor.debug.qvncam.ulog.mask", "0x1001000");
-    qvncam::host::reloadULogger();
+    enableDebugLog();
     auto* dbl = customdbl::api();
     // clang-format off
     struct { int mask; bool placed; char prio; const char* line; } rows[] = {
@@ -151,11 +140,11 @@ TEST_F(CamTest, AffinityPlacesTheCallingThreadQueryOnlyAsks) {
             const std::string log = testing::internal::GetCapturedStderr();
             EXPECT_EQ(countLog(log, row.prio, row.line), 1) << log;
             expected = row.placed ? row.mask : expected;
-            EXPECT_EQ(currentMask(), expected);
+            EXPECT_EQ(allowedMask(31), expected);
         }
     });
     placer.join();
-    EXPECT_EQ(currentMask(), initial);
+    EXPECT_EQ(allowedMask(31), initial);
 
     // The scene: the property's when 0 or more, else the configured one.
     dbl->setQueryMaskFor("camAff", 0x3);

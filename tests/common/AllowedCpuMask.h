@@ -2,12 +2,12 @@
 
 #include <sched.h>
 
-// The CPUs this process may use, as a mask of the first eight.
-inline int allowedMask() {
+// The CPUs the calling thread may use, as a mask of the first `cpus` (at most 31).
+inline int allowedMask(int cpus = 8) {
     cpu_set_t set;
     sched_getaffinity(0, sizeof(set), &set);
     int mask = 0;
-    for (int cpu = 0; cpu < 8; ++cpu)
+    for (int cpu = 0; cpu < cpus; ++cpu)
         mask |= CPU_ISSET(cpu, &set) << cpu;
     return mask;
 }

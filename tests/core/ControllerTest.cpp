@@ -9,6 +9,7 @@
 
 #include "Cam3PerfCtrlImp.h"
 #include "CoreTestSupport.h"
+#include "common/DebugLog.h"
 
 using namespace NSCam::NSCamFeature::NSCamPerfCtrl;
 
@@ -16,7 +17,7 @@ using namespace NSCam::NSCamFeature::NSCamPerfCtrl;
 class ControllerInstance : public testing::TestWithParam<bool> {};
 
 TEST_P(ControllerInstance, ConcurrentFirstCallsBuildOneInstance) {
-    coretest::enableDebugLog();
+    enableDebugLog();
     qvncam::host::forceProcessProfilesFailure(GetParam());
     std::vector<Cam3PerfCtrl*> seen(8);
     std::promise<void> go;

@@ -1,6 +1,6 @@
 #pragma once
 
-// Helpers shared by the core tests: log capture and set-up, dl call counts.
+// Helpers shared by the core tests: log counts, dl call counts.
 
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -26,13 +26,6 @@ inline int countLog(const std::string& text, char prio, const char* tag,
     const std::string head =
         std::string(1, prio) + "/" + tag + "(" + std::to_string(getpid()) + "): ";
     return countOf(text, head + message) - (message.empty() ? countOf(text, head + " (") : 0);
-}
-
-// Debug lines of the controller need detail level 5 and the module's mask bits.
-inline void enableDebugLog() {
-    qvncam::host::setProperty("vendor.debug.qvncam.ulog.detail", "5");
-    qvncam::host::setProperty("vendor.debug.qvncam.ulog.mask", "0x1001000");
-    qvncam::host::reloadULogger();
 }
 
 }  // namespace coretest

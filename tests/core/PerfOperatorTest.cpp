@@ -8,6 +8,7 @@
 #include <tuple>
 
 #include "CoreTestSupport.h"
+#include "common/DebugLog.h"
 #include "PerfOperatorImp.h"
 #include "common/ReadText.h"
 #include "doubles/RecordingPowerClient.h"
@@ -113,7 +114,7 @@ TEST_F(OperatorTest, TracesListsAndDrawsCookiesOnlyFromLevelOne) {
     const std::string trace = testing::TempDir() + "qvncam_core_trace_" + std::to_string(getpid());
     std::remove(trace.c_str());
     ASSERT_EQ(setenv("QVNCAM_TRACE_FILE", trace.c_str(), 1), 0);
-    coretest::enableDebugLog();
+    enableDebugLog();
     testing::internal::CaptureStderr();
     setTraceAndLogLevel(true, 0);
     PerfOperatorImp(kCmds, 30, "quiet");
