@@ -141,4 +141,19 @@ inline Query lastQuery() {
     return Query{l.s.lastThreadName, l.s.lastScene};
 }
 
+// From the defaults, answers shaped like a device maker's: one frequency floor from each
+// customisation entry, an overwrite of each held lock, `queryMask` for every thread. Does
+// nothing when no double is loaded.
+inline void scriptTypicalAnswers(int queryMask) {
+    if (const Api* c = api()) {
+        c->reset();
+        c->setOutCmd(CUSTOMDBL_ENTER, "PERF_RES_CPUFREQ_MIN_CLUSTER_0", 1200000);
+        c->setOutCmd(CUSTOMDBL_CONFIG, "PERF_RES_CPUFREQ_MIN_CLUSTER_1", 1000000);
+        c->setOutCmd(CUSTOMDBL_RUNTIME, "PERF_RES_CPUFREQ_MIN_CLUSTER_2", 900000);
+        c->setOverwriteCmd(CUSTOMDBL_OVERWRITE_ENTER, "PERF_RES_CPUFREQ_MIN_CLUSTER_1", 1100000);
+        c->setOverwriteCmd(CUSTOMDBL_OVERWRITE_CONFIG, "PERF_RES_DRAM_OPP_MIN", 1);
+        c->setQueryMask(queryMask);
+    }
+}
+
 }  // namespace customdbl

@@ -3,7 +3,6 @@
 // defined outcome, every operation still returns the object it promises, nothing crashes,
 // a refused lock is never released and a granted one exactly once.
 
-#include "common/AllowedCpuMask.h"
 #include <gtest/gtest.h>
 #include <sched.h>
 #include <stdlib.h>
@@ -17,25 +16,13 @@
 #include "Cam3PerfCtrl.h"
 #include "CustomDouble.h"
 #include "RecordingPowerClient.h"
+#include "common/AllowedCpuMask.h"
 #include "qvncam/platform/HostControl.h"
 
 namespace {
 
 using namespace NSCam::NSCamFeature::NSCamPerfCtrl;
 using List = std::vector<int>;
-
-// Gives every customisation entry something to do, when the library has it.
-void scriptCustomisation(int queryMask) {
-    if (const customdbl::Api* c = customdbl::api()) {
-        c->reset();
-        c->setOutCmd(CUSTOMDBL_ENTER, "PERF_RES_CPUFREQ_MIN_CLUSTER_0", 1200000);
-        c->setOutCmd(CUSTOMDBL_CONFIG, "PERF_RES_CPUFREQ_MIN_CLUSTER_1", 1000000);
-        c->setOutCmd(CUSTOMDBL_RUNTIME, "PERF_RES_CPUFREQ_MIN_CLUSTER_2", 900000);
-        c->setOverwriteCmd(CUSTOMDBL_OVERWRITE_ENTER, "PERF_RES_CPUFREQ_MIN_CLUSTER_1", 1100000);
-        c->setOverwriteCmd(CUSTOMDBL_OVERWRITE_CONFIG, "PERF_RES_DRAM_OPP_MIN", 1);
-        c->setQueryMask(queryMask);
-    }
-}
 
 enum Alive { kNone, kAll, kSome };
 
@@ -67,7 +54,7 @@ TEST_P(LibraryFault, SessionGetsItsObjectsAndLocksEndOnce) {
     const LibraryCase& c = GetParam();
     if (c.client)
         recpower::api()->setMode(c.mode, true);
-    scriptCustomisation(allowedMask());
+    customdbl::scriptTypicalAnswers(allowedMask());
     Cam3PerfCtrl* ctrl = Cam3PerfCtrl::getInstance();
     {
         auto enter = ctrl->enterPerfCtrl_EnterCamera(200);
@@ -208,7 +195,7 @@ TEST_P(ConfigFault, OpeningTheCameraHasOneDefinedOutcome) {
         qvncam::host::setProperty("vendor.debug.qvncam.perfjson", path);
     else
         setenv("QVNCAM_PROPERTIES", c.text->empty() ? "/" : path.c_str(), 1);
-    scriptCustomisation(1);
+    customdbl::scriptTypicalAnswers(1);
     recpower::reset();
     Cam3PerfCtrl* ctrl = Cam3PerfCtrl::getInstance();
     ctrl->runPerfBoost(EPERF_BOOST_CAPTURE_PIPELINE, 0).reset();

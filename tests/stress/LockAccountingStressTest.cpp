@@ -3,7 +3,6 @@
 // exactly once (released, or expired by its duration, detached or not), no release may have
 // been bad, and memory must not grow from round to round.
 
-#include "common/AllowedCpuMask.h"
 #include <gtest/gtest.h>
 #include <malloc.h>
 #include <sched.h>
@@ -20,6 +19,7 @@
 #include "Cam3PerfCtrl.h"
 #include "CustomDouble.h"
 #include "QvnPerfService.h"
+#include "common/AllowedCpuMask.h"
 
 namespace {
 
@@ -87,14 +87,8 @@ QvnPerfCounters settledCounters() {
 TEST(LockAccountingStress, NoLeakNoBadReleaseNoGrowth) {
     const customdbl::Api* custom = customdbl::api();
     ASSERT_NE(custom, nullptr);
-    custom->reset();
-    custom->setOutCmd(CUSTOMDBL_ENTER, "PERF_RES_CPUFREQ_MIN_CLUSTER_0", 1200000);
-    custom->setOutCmd(CUSTOMDBL_CONFIG, "PERF_RES_CPUFREQ_MIN_CLUSTER_1", 1000000);
-    custom->setOutCmd(CUSTOMDBL_RUNTIME, "PERF_RES_CPUFREQ_MIN_CLUSTER_2", 900000);
+    customdbl::scriptTypicalAnswers(allowedMask());
     custom->setTimeout(CUSTOMDBL_RUNTIME, 30);
-    custom->setOverwriteCmd(CUSTOMDBL_OVERWRITE_ENTER, "PERF_RES_CPUFREQ_MIN_CLUSTER_1", 1100000);
-    custom->setOverwriteCmd(CUSTOMDBL_OVERWRITE_CONFIG, "PERF_RES_DRAM_OPP_MIN", 1);
-    custom->setQueryMask(allowedMask());
     qvnperf_set_warnings(0);
 
     Cam3PerfCtrl* ctrl = Cam3PerfCtrl::getInstance();
