@@ -18,9 +18,8 @@ std::shared_ptr<PerfOperatorHolder> Cam3PerfCtrlImp::enterPerfCtrl_EnterCamera(i
     miLogLevel.store(
         property_get_int32("vendor.cam3perfctrl.log", PerfCtrlHelper::DEFAULT_LOG_LEVEL),
         std::memory_order_relaxed);
-    const int enableJson = property_get_int32("vendor.cam3perfctrl.enablejson", 0);
-    mbEnableJson = enableJson != 0;
-    if (enableJson != 0) {
+    mbEnableJson = property_get_int32("vendor.cam3perfctrl.enablejson", 0) != 0;
+    if (mbEnableJson) {
         QvncamJSONData document;
         const int r = mpJsonConvertor->getJsonData(QvncamJSONConvertor::TYPE_CAMERA_PERF, document);
         mbEnableJson = r != 0;
@@ -82,27 +81,27 @@ std::shared_ptr<PerfOperator> Cam3PerfCtrlImp::__enterCamCustom() {
     CustomParams params;
     unsigned int timeout = 0;
 
+    // The JSON list, once loaded, stands in for the customisation function.
+    std::vector<int> cmds;
+    size_t count = 0;
+    const char* user = "enterCam";
     if (mJsonCmdSet.enterCamExist) {
         CAM_LOGD("EnterCam config from json");
-        auto op = std::make_shared<PerfOperatorImp>(mJsonCmdSet.enterCamCmds, 0, "enterCam-json");
-        if (!op->isAlive()) {
-            CAM_LOGW("Failed to create PerfOperator during %s, outSize=%lu", "enterCam",
-                     static_cast<unsigned long>(mJsonCmdSet.enterCamCmds.size()));
+        cmds = mJsonCmdSet.enterCamCmds;
+        count = cmds.size();
+        user = "enterCam-json";
+    } else {
+        if (!mfnEnterCamCPUCtrl(params, outCmds, timeout)) {
+            return nullptr;
         }
-        return op;
+        count = countOutCmdInts(outCmds);
+        cmds.reserve(count);
+        if (miLogLevel.load(std::memory_order_relaxed) != 0) {
+            CAM_LOGD("customizeCPUCtrl(enterCam) params:");
+        }
+        __processOutCmds(outCmds, cmds);
     }
-
-    if (!mfnEnterCamCPUCtrl(params, outCmds, timeout)) {
-        return nullptr;
-    }
-    const size_t count = countOutCmdInts(outCmds);
-    std::vector<int> customCmds;
-    customCmds.reserve(count);
-    if (miLogLevel.load(std::memory_order_relaxed) != 0) {
-        CAM_LOGD("customizeCPUCtrl(enterCam) params:");
-    }
-    __processOutCmds(outCmds, customCmds);
-    auto op = std::make_shared<PerfOperatorImp>(customCmds, static_cast<int>(timeout), "enterCam");
+    auto op = std::make_shared<PerfOperatorImp>(std::move(cmds), static_cast<int>(timeout), user);
     if (!op->isAlive()) {
         CAM_LOGW("Failed to create PerfOperator during %s, outSize=%lu", "enterCam",
                  static_cast<unsigned long>(count));
