@@ -11,12 +11,12 @@ namespace {
 
 // Lays overwrite commands on a held lock. The pipeline must pass the operator whenever its
 // customisation can ask for overwrites; a missing one is reported instead of dereferenced.
-void overwriteOn(PerfOperatorImp* op, const char* which, const std::vector<int>& cmds) {
+void overwriteOn(PerfOperatorImp* op, const char* which, std::vector<int> cmds) {
     if (op == nullptr) {
         CAM_LOGE("No %s operator to overwrite", which);
         return;
     }
-    op->perform_extra(cmds);
+    op->perform_extra(std::move(cmds));
 }
 
 }  // namespace
@@ -41,41 +41,37 @@ std::shared_ptr<InflightOperatorHolderImp> Cam3PerfCtrlImp::enterPerfCtrl_Inflig
 
     // The counts, not the lists built below, decide what happens next.
     const size_t requestCount = countOutCmdInts(outCmds);
-    const size_t enterCount = countOutCmdInts(overwrite.enterCamCmds);
-    const size_t configCount = countOutCmdInts(overwrite.configCamCmds);
     std::vector<int> requestList;
-    std::vector<int> enterList;
-    std::vector<int> configList;
     requestList.reserve(requestCount);
-    enterList.reserve(enterCount);
-    configList.reserve(configCount);
-
     if (verbose) {
         CAM_LOGD("enterPerfCtrl_InflightRequest reqID=%d params:", reqId);
     }
     __processOutCmds(outCmds, requestList);
 
-    if (enterCount != 0) {
-        if (verbose) {
-            CAM_LOGD("overwrite EnterCam params:");
+    // One step for each operator of an earlier phase that the customisation asks to overwrite.
+    const auto overwritePhase = [&](const std::unordered_map<std::string, int>& overwriteCmds,
+                                    PerfOperatorImp* op, const char* which) {
+        const size_t count = countOutCmdInts(overwriteCmds);
+        if (count == 0) {
+            return;
         }
-        __processOutCmds(overwrite.enterCamCmds, enterList);
-        overwriteOn(set.enterCamOperator.get(), "EnterCam", enterList);
-    }
-    if (configCount != 0) {
+        std::vector<int> list;
+        list.reserve(count);
         if (verbose) {
-            CAM_LOGD("overwrite ConfigCam params:");
+            CAM_LOGD("overwrite %s params:", which);
         }
-        __processOutCmds(overwrite.configCamCmds, configList);
-        overwriteOn(set.configCamOperator.get(), "ConfigCam", configList);
-    }
+        __processOutCmds(overwriteCmds, list);
+        overwriteOn(op, which, std::move(list));
+    };
+    overwritePhase(overwrite.enterCamCmds, set.enterCamOperator.get(), "EnterCam");
+    overwritePhase(overwrite.configCamCmds, set.configCamOperator.get(), "ConfigCam");
 
     std::shared_ptr<InflightOperatorHolderImp> holder =
         set.inflightHolder ? set.inflightHolder : std::make_shared<InflightOperatorHolderImp>();
 
     if (requestCount != 0) {
-        std::unique_ptr<PerfOperatorImp> op(
-            new PerfOperatorImp(requestList, static_cast<int>(timeoutMs), "inflightReq"));
+        std::unique_ptr<PerfOperatorImp> op(new PerfOperatorImp(
+            std::move(requestList), static_cast<int>(timeoutMs), "inflightReq"));
         if (!op->isAlive()) {
             CAM_LOGW("Failed to create PerfOperator during %s, outSize=%lu", "inflight request",
                      static_cast<unsigned long>(requestCount));
