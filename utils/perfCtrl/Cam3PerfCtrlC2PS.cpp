@@ -58,7 +58,7 @@ int chooseScenario(const qcam::StreamConfiguration& config, int fps) {
         video = video || (stream.usage & qcam::BUFFER_USAGE_VIDEO_ENCODER) != 0;
     }
     // The widest considered stream decides, even when a narrower one does the encoding.
-    if (config.streams.empty() || !video) {
+    if (!video) {
         return kScenarioNoVideo;
     }
     if (fps <= 30 && widest <= 1920)

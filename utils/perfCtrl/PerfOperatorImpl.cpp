@@ -1,9 +1,7 @@
 #define LOG_TAG "Cam3PerfCtrl"
 
 #include <chrono>
-#include <cstdio>
 #include <thread>
-#include <utility>
 
 #include "CamLog.h"
 #include "PerfCtrlHelper.h"
