@@ -15,6 +15,7 @@
 #include <string>
 #include <string_view>
 
+#include "PropertyText.h"
 #include "qvncam/platform/HostControl.h"
 #include "qvncam/platform/Properties.h"
 #include "qvncam/platform/ReadFile.h"
@@ -28,35 +29,6 @@ using ValueMap = std::map<std::string, std::string, std::less<>>;
 
 // A larger file is treated as unreadable rather than loaded.
 constexpr off_t kMaxPropertyFileSize = 16 * 1024 * 1024;
-
-bool isBlank(char c) {
-    return c == ' ' || c == '\t' || c == '\r' || c == '\v' || c == '\f';
-}
-
-std::string_view trim(std::string_view s) {
-    while (!s.empty() && isBlank(s.front()))
-        s.remove_prefix(1);
-    while (!s.empty() && isBlank(s.back()))
-        s.remove_suffix(1);
-    return s;
-}
-
-void parseFile(std::string_view text, ValueMap& out) {
-    while (!text.empty()) {
-        size_t eol = text.find('\n');
-        std::string_view line = trim(text.substr(0, eol));
-        text.remove_prefix(eol == std::string_view::npos ? text.size() : eol + 1);
-        if (line.empty() || line.front() == '#')
-            continue;
-        size_t eq = line.find('=');
-        if (eq == std::string_view::npos)
-            continue;
-        std::string_view name = trim(line.substr(0, eq));
-        if (name.empty())
-            continue;
-        out.insert_or_assign(std::string(name), std::string(trim(line.substr(eq + 1))));
-    }
-}
 
 bool sameTime(const timespec& a, const timespec& b) {
     return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
@@ -115,7 +87,9 @@ struct Snapshot {
         fd = readRegularFile(p, kMaxPropertyFileSize, st, text, why);
         if (fd < 0)
             return;
-        parseFile(text, values);
+        forEachPropertyLine(text, [this](std::string_view name, std::string_view value) {
+            values.insert_or_assign(std::string(name), std::string(value));
+        });
         loaded = true;
         path = p;
         dev = st.st_dev;

@@ -2,6 +2,10 @@
 
 #include <cstdio>
 #include <fstream>
+#include <sstream>
+#include <string_view>
+
+#include "PropertyText.h"
 
 namespace qvnperfctl {
 
@@ -9,14 +13,14 @@ bool PropertyFile::load() {
     std::ifstream in(mPath);
     if (!in)
         return false;
+    std::ostringstream text;
+    text << in.rdbuf();
     mEntries.clear();
-    std::string line;
-    while (std::getline(in, line)) {
-        auto eq = line.find('=');
-        if (eq == std::string::npos || line.empty() || line[0] == '#')
-            continue;
-        set(line.substr(0, eq), line.substr(eq + 1));
-    }
+    // Read as the controller reads it, so the listing shows what the controller sees.
+    qvncam::platform::forEachPropertyLine(text.str(),
+                                          [this](std::string_view name, std::string_view value) {
+                                              set(std::string(name), std::string(value));
+                                          });
     return true;
 }
 
