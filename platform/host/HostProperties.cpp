@@ -17,6 +17,7 @@
 
 #include "PropertyText.h"
 #include "qvncam/platform/HostControl.h"
+#include "qvncam/platform/ParseInt.h"
 #include "qvncam/platform/Properties.h"
 #include "qvncam/platform/ReadFile.h"
 
@@ -167,46 +168,6 @@ bool withValue(const char* key, Fn&& fn) {
     return answer();
 }
 
-// Whole value, base from its prefix (0x hex, leading 0 octal, else decimal), optional sign.
-bool parseInt32(std::string_view s, int32_t* out) {
-    bool negative = false;
-    if (!s.empty() && (s.front() == '+' || s.front() == '-')) {
-        negative = s.front() == '-';
-        s.remove_prefix(1);
-    }
-    unsigned base = 10;
-    if (s.size() >= 2 && s[0] == '0' && (s[1] == 'x' || s[1] == 'X')) {
-        base = 16;
-        s.remove_prefix(2);
-    } else if (!s.empty() && s[0] == '0') {
-        base = 8;
-    }
-    if (s.empty())
-        return false;
-    const uint64_t limit = negative ? 0x80000000ull : 0x7fffffffull;
-    uint64_t magnitude = 0;
-    for (char c : s) {
-        unsigned digit;
-        if (c >= '0' && c <= '9') {
-            digit = static_cast<unsigned>(c - '0');
-        } else if (c >= 'a' && c <= 'f') {
-            digit = static_cast<unsigned>(c - 'a' + 10);
-        } else if (c >= 'A' && c <= 'F') {
-            digit = static_cast<unsigned>(c - 'A' + 10);
-        } else {
-            return false;
-        }
-        if (digit >= base)
-            return false;
-        magnitude = magnitude * base + digit;
-        if (magnitude > limit)
-            return false;
-    }
-    *out = negative ? static_cast<int32_t>(-static_cast<int64_t>(magnitude))
-                    : static_cast<int32_t>(magnitude);
-    return true;
-}
-
 }  // namespace
 
 int property_get(const char* key, char* value, const char* defaultValue) {
@@ -229,7 +190,7 @@ int32_t property_get_int32(const char* key, int32_t defaultValue) {
     int32_t result = defaultValue;
     withValue(key, [&](const std::string& v) {
         int32_t parsed;
-        if (parseInt32(v, &parsed))
+        if (parseInt(v, &parsed))
             result = parsed;
     });
     return result;

@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "qvncam/platform/ParseInt.h"
 #include "qvncam/platform/Properties.h"
 #include "qvncam/platform/Trace.h"
 
@@ -56,13 +57,9 @@ uint64_t atrace_enabled_tags() {
     char value[kPropertyValueMax];
     if (property_get("debug.atrace.tags.enableflags", value, "") == 0)
         return 0;
-    const int savedErrno = errno;
-    errno = 0;
-    char* end = nullptr;
-    unsigned long long tags = std::strtoull(value, &end, 0);
-    bool ok = errno == 0 && end != value && *end == '\0';
-    errno = savedErrno;
-    return ok ? static_cast<uint64_t>(tags) : 0;
+    uint64_t tags = 0;
+    const bool ok = parseInt(value, &tags);
+    return ok ? tags : 0;
 }
 
 void atrace_async_begin(const char* name, int32_t cookie) {

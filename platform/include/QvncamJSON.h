@@ -10,7 +10,7 @@
 // A JSON value. An object's members are kept as a contiguous range of values,
 // each carrying its member name.
 class QvncamJSONData {
-public:
+  public:
     enum class Type { Null, Bool, Int, Real, String, Array, Object };
 
     QvncamJSONData() = default;
@@ -28,17 +28,20 @@ public:
     // range, a string, bool, null, array or object) converts to 0 with a warning
     // under the tag "QvncamJSONConvertor" naming the member.
     operator int() const;
+    // The same conversion without the warning: false when the value is read as 0
+    // for not being a 32-bit integer.
+    bool toInt32(int* out) const;
 
     Type type() const { return mType; }
     // Elements of an array, members of an object.
     const std::vector<QvncamJSONData>& children() const { return mMembers; }
 
-    // Builds a document from JSON text; false (and the document left null) on a parse
-    // error or when arrays and objects nest more than 100 deep. Members come in the
+    // Builds a document from JSON text as qvncam::platform::parseJsonText reads it;
+    // false (and the document left null) when that refuses it. Members come in the
     // JSON library's order (sorted by name); of duplicate names the last one stays.
     bool parse(const std::string& text, std::string* error = nullptr);
 
-private:
+  private:
     friend class QvncamJSONBuilder;
 
     Type mType = Type::Null;
@@ -51,7 +54,7 @@ private:
 };
 
 class QvncamJSONConvertor {
-public:
+  public:
     // Configuration type of the camera performance settings.
     static constexpr int TYPE_CAMERA_PERF = 3;
 

@@ -2,21 +2,17 @@
 
 #include "QvncamJSON.h"
 
-#include <unistd.h>
-
 #include <string>
 #include <utility>
 
 #include "CamLog.h"
+#include "qvncam/platform/JsonText.h"
 #include "qvncam/platform/Properties.h"
-#include "qvncam/platform/ReadFile.h"
 
 namespace {
 
 constexpr const char* kPerfConfigProperty = "vendor.debug.qvncam.perfjson";
 constexpr const char* kPerfConfigDefault = "/vendor/etc/camera/qvncam_perf_config.json";
-// A configuration is a few kilobytes; anything past this is refused, not loaded.
-constexpr off_t kMaxConfigSize = 16 * 1024 * 1024;
 
 // jsoncpp reports errors over several lines; a log line wants one.
 std::string oneLine(std::string text) {
@@ -40,13 +36,11 @@ class QvncamJSONConvertorImp : public QvncamJSONConvertor {
             qvncam::platform::property_get_string(kPerfConfigProperty, kPerfConfigDefault);
         std::string text;
         std::string why;
-        struct stat st {};
-        int fd = qvncam::platform::readRegularFile(path.c_str(), kMaxConfigSize, st, text, why);
-        if (fd < 0) {
+        if (qvncam::platform::readJsonFile(path.c_str(), text, why) !=
+            qvncam::platform::JsonFileStatus::Ok) {
             CAM_LOGW("cannot read %s: %s", path.c_str(), why.c_str());
             return 0;
         }
-        ::close(fd);
         QvncamJSONData doc;
         if (!doc.parse(text, &why)) {
             CAM_LOGW("malformed %s: %s", path.c_str(), oneLine(why).c_str());
@@ -58,6 +52,15 @@ class QvncamJSONConvertorImp : public QvncamJSONConvertor {
 };
 
 }  // namespace
+
+// Here rather than with the rest of the document, which stays free of the logger so that
+// tools can link it alone.
+QvncamJSONData::operator int() const {
+    int value = 0;
+    if (!toInt32(&value))
+        CAM_LOGW("member \"%s\" is not a 32-bit integer, read as 0", mKey.c_str());
+    return value;
+}
 
 QvncamJSONConvertor::~QvncamJSONConvertor() = default;
 

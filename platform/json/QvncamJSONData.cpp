@@ -1,46 +1,60 @@
-#define LOG_TAG "QvncamJSONConvertor"
-
 #include "QvncamJSON.h"
 
 #include <json/json.h>
+#include <unistd.h>
 
 #include <cmath>
 #include <exception>
 #include <memory>
 
-#include "CamLog.h"
+#include "qvncam/platform/JsonText.h"
+#include "qvncam/platform/ReadFile.h"
 
 namespace {
 
-// Nesting allowed in a document. Checked before the JSON library sees the text, so
-// that its own limit (which throws, or aborts where exceptions are off) never trips.
-constexpr int kMaxDepth = 100;
+using qvncam::platform::kMaxJsonDepth;
 
-// Skips strings and comments; false when brackets nest deeper than kMaxDepth.
-bool nestingWithinLimit(const std::string& text) {
+// "* Line N, Column M", as the JSON library starts its messages.
+std::string position(const std::string& text, size_t offset) {
+    int line = 1;
+    size_t lineStart = 0;
+    for (size_t i = 0; i < offset && i < text.size(); ++i) {
+        if (text[i] == '\n' || (text[i] == '\r' && (i + 1 >= text.size() || text[i + 1] != '\n'))) {
+            ++line;
+            lineStart = i + 1;
+        }
+    }
+    return "* Line " + std::to_string(line) + ", Column " + std::to_string(offset - lineStart + 1);
+}
+
+// Offset of the bracket that nests deeper than kMaxJsonDepth, or npos. Strings, escapes
+// and comments are skipped by the JSON library's own rules: a `//` comment ends at \n or
+// \r, a `/*` comment at the next `*/`, a string at the next unescaped quote. Anything
+// the library would refuse anyway may be miscounted here.
+size_t tooDeepAt(const std::string& text) {
     int depth = 0;
     const size_t n = text.size();
     for (size_t i = 0; i < n; ++i) {
-        char c = text[i];
+        const char c = text[i];
         if (c == '"') {
             for (++i; i < n && text[i] != '"'; ++i) {
                 if (text[i] == '\\')
                     ++i;
             }
         } else if (c == '/' && i + 1 < n && text[i + 1] == '/') {
-            while (i < n && text[i] != '\n')
+            while (i < n && text[i] != '\n' && text[i] != '\r')
                 ++i;
         } else if (c == '/' && i + 1 < n && text[i + 1] == '*') {
-            size_t end = text.find("*/", i + 2);
+            const size_t end = text.find("*/", i + 2);
             i = end == std::string::npos ? n : end + 1;
         } else if (c == '[' || c == '{') {
-            if (++depth > kMaxDepth)
-                return false;
+            if (++depth > kMaxJsonDepth)
+                return i;
         } else if (c == ']' || c == '}') {
             --depth;
         }
     }
-    return true;
+    return std::string::npos;
 }
 
 // The integral value of d when it has no fraction and fits in int64.
@@ -133,42 +147,65 @@ const QvncamJSONData& QvncamJSONData::operator[](const char* name) const {
     return *kNull;
 }
 
-// Only an integral number within int32 converts as it is (a real such as 3.0 counts).
-// A fraction, a value out of range, a string, bool, null, array or object gives 0 and
-// a warning naming the member.
-QvncamJSONData::operator int() const {
+bool QvncamJSONData::toInt32(int* out) const {
     if ((mType == Type::Int || mType == Type::Real) && mIntegral && mInt >= INT32_MIN &&
         mInt <= INT32_MAX) {
-        return static_cast<int>(mInt);
+        *out = static_cast<int>(mInt);
+        return true;
     }
-    CAM_LOGW("member \"%s\" is not a 32-bit integer, read as 0", mKey.c_str());
-    return 0;
+    *out = 0;
+    return false;
 }
 
 bool QvncamJSONData::parse(const std::string& text, std::string* error) {
     *this = QvncamJSONData();
-    std::string errors;
-    if (!nestingWithinLimit(text)) {
-        if (error != nullptr)
-            *error = "nesting deeper than " + std::to_string(kMaxDepth);
-        return false;
-    }
-    Json::CharReaderBuilder builder;
-    builder["failIfExtra"] = true;
-    builder["stackLimit"] = kMaxDepth * 10;
-    std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
     Json::Value root;
-    bool ok = false;
-    try {
-        ok = reader->parse(text.data(), text.data() + text.size(), &root, &errors);
-    } catch (const std::exception& e) {
-        errors = e.what();
-    }
-    if (!ok) {
+    std::string why;
+    if (!qvncam::platform::parseJsonText(text, root, why)) {
         if (error != nullptr)
-            *error = errors;
+            *error = why;
         return false;
     }
     QvncamJSONBuilder::build(root, *this);
     return true;
 }
+
+namespace qvncam {
+namespace platform {
+
+JsonFileStatus readJsonFile(const char* path, std::string& text, std::string& why) {
+    struct stat st {};
+    const int fd = readRegularFile(path, kMaxJsonFileSize, st, text, why);
+    if (fd >= 0) {
+        ::close(fd);
+        return JsonFileStatus::Ok;
+    }
+    return S_ISREG(st.st_mode) && st.st_size > kMaxJsonFileSize ? JsonFileStatus::TooLarge
+                                                                : JsonFileStatus::Unreadable;
+}
+
+bool parseJsonText(const std::string& text, Json::Value& root, std::string& error) {
+    root = Json::Value();
+    const size_t deep = tooDeepAt(text);
+    if (deep != std::string::npos) {
+        error = position(text, deep) + "\n  nesting deeper than " + std::to_string(kMaxJsonDepth) +
+                "\n";
+        return false;
+    }
+    Json::CharReaderBuilder builder;
+    builder["failIfExtra"] = true;
+    builder["stackLimit"] = kMaxJsonDepth * 10;
+    std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
+    error.clear();
+    try {
+        if (reader->parse(text.data(), text.data() + text.size(), &root, &error))
+            return true;
+    } catch (const std::exception& e) {
+        error = e.what();
+    }
+    root = Json::Value();
+    return false;
+}
+
+}  // namespace platform
+}  // namespace qvncam

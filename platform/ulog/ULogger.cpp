@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "qvncam/platform/ParseInt.h"
 #include "qvncam/platform/Properties.h"
 
 namespace NSCam {
@@ -35,13 +36,9 @@ uint32_t readWord(const char* name, uint32_t defaultValue) {
     char value[qvncam::platform::kPropertyValueMax];
     if (qvncam::platform::property_get(name, value, "") == 0)
         return defaultValue;
-    errno = 0;
-    char* end = nullptr;
-    long long parsed = std::strtoll(value, &end, 0);
-    if (errno != 0 || end == value || *end != '\0' || parsed < INT32_MIN ||
-        parsed > static_cast<long long>(UINT32_MAX)) {
+    int64_t parsed = 0;
+    if (!qvncam::platform::parseInt<int64_t>(value, &parsed, INT32_MIN, UINT32_MAX))
         return defaultValue;
-    }
     return static_cast<uint32_t>(parsed);
 }
 

@@ -1,5 +1,7 @@
 // qvnperfctl check-config and resources, and the command line every command shares.
 
+#include <sys/stat.h>
+
 #include <algorithm>
 
 #include "ToolRunner.h"
@@ -12,9 +14,9 @@ TEST(CheckConfig, FindsEveryKindOfProblemWithItsLine) {
     const std::pair<int, std::string> expected[] = {
         {4, R"("PERF_RES_CPUFREQ_MIN_CLUSTER_9" in "enter_cam" is not a resource of the)"},
         {5, R"("PERF_RES_NET_WIFI_TX_BOOST" in "enter_cam" is not permitted in configuration)"},
-        {6, R"(value of "PERF_RES_CPUFREQ_MIN_CLUSTER_1" must be an integer, not a number with a)"},
-        {7, R"(value of "PERF_RES_CPUFREQ_MIN_CLUSTER_2" must be an integer, not a string)"},
-        {8, R"(value 4294967296 of "PERF_RES_DRAM_OPP_MIN" does not fit in 32 bits)"},
+        {6, R"(value 1.5 of "PERF_RES_CPUFREQ_MIN_CLUSTER_1" is not a whole number: read as 0)"},
+        {7, R"(value of "PERF_RES_CPUFREQ_MIN_CLUSTER_2" must be an integer, not a string: read)"},
+        {8, R"(value 4294967296 of "PERF_RES_DRAM_OPP_MIN" is out of range (-2147483648 to 2)"},
         {9, R"(duplicate name "PERF_RES_CPUFREQ_MIN_CLUSTER_0" in "enter_cam" (first at line 3)"},
         {11, R"("config_cam" must be an object, not an array)"},
         {12, R"(unknown top-level member "enter_cam_typo")"},
@@ -35,16 +37,46 @@ TEST(CheckConfig, FindsEveryKindOfProblemWithItsLine) {
 TEST(CheckConfig, CleanMalformedAndMisshapenFiles) {
     const std::pair<std::string, const char*> cases[] = {
         {EXAMPLES_DIR "/config/perf_config.json", ": ok\n"},
-        {tempPath("c.json",
-                  "{\n  \"enter_cam\": {\n    \"PERF_RES_CPUFREQ_MIN_CLUSTER_0\": 1,\n  }\n}\n"),
-         ":4: not valid JSON"},
+        // what the controller reads: comments ended by \r, a trailing comma
+        {tempPath("c.json", "// made by hand\r{\"enter_cam\": {\"PERF_RES_GPU_FW_IDLE\": 1,}}"),
+         ": ok\n"},
+        {tempPath("c.json", "{\n  \"enter_cam\": {\n    \"A\": 1 \"B\": 2\n  }\n}\n"),
+         ":3: not loaded by the controller"},
         {tempPath("c.json", "\n[ 1 ]\n"), ":2: the top level must be an object"},
-        {tempPath("c.json", "{}\n\n}\n"), ":3: not valid JSON"}};
+        {tempPath("c.json", "{}\n\n}\n"), ":3: not loaded by the controller"},
+        {tempPath("c.json", ("{\"a\":\n" + std::string(101, '[') + "]").c_str()),
+         ":2: not loaded by the controller: nesting deeper than 100"},
+        {tempPath("c.json", std::string(16 * 1024 * 1024 + 1, ' ').c_str()),
+         ":1: not loaded by the controller: "}};
     for (const auto& [path, verdict] : cases) {
         const ToolRun run = runTool({"check-config", path});
         EXPECT_EQ(run.status, std::string(verdict) == ": ok\n" ? 0 : 1) << run.out << run.err;
         EXPECT_THAT(run.out, testing::StartsWith(path + verdict));
     }
+}
+
+// Each value is reported with what the controller uses in its place.
+TEST(CheckConfig, ValuesReadOtherwiseThanWrittenAndNamesShownWhole) {
+    const std::string path =
+        tempPath("v.json",
+                 "{\"enter_cam\": {\n\"PERF_RES_GPU_FW_IDLE\": 3.0,\n\"PERF_RES_DRAM_OPP_MIN\": "
+                 "\"12\",\n\"PERF_RES_CPUFREQ_MIN_CLUSTER_0\": true,\n\"PERF_RES_CPUFREQ_MIN_"
+                 "CLUSTER_1\": 1e2,\n\"PERF_RES_CPUFREQ_MIN_CLUSTER_2\": "
+                 "-123456789012345678901234567890,\n\"PERF_RES_\\u0000X\\n\": 2.5}}");
+    const ToolRun run = runTool({"check-config", path});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.out.substr(run.out.find('\n', run.out.find("problems")) + 1), "") << run.out;
+    for (const char* problem :
+         {R"(:2: value 3.0 of "PERF_RES_GPU_FW_IDLE" is read as 3)",
+          R"(:3: value of "PERF_RES_DRAM_OPP_MIN" must be an integer, not a string: read as 0)",
+          R"(:4: value of "PERF_RES_CPUFREQ_MIN_CLUSTER_0" must be an integer, not a boolean)",
+          R"(:5: value 1e2 of "PERF_RES_CPUFREQ_MIN_CLUSTER_1" is read as 100)",
+          R"(:6: value -123456789012345678901234567890 of "PERF_RES_CPUFREQ_MIN_CLUSTER_2" is )"
+          R"(out of range)",
+          R"(:7: "PERF_RES_\u0000X\u000a" in "enter_cam" is not a resource of the vocabulary)",
+          R"(:7: value 2.5 of "PERF_RES_\u0000X\u000a" is not a whole number: read as 0)"})
+        EXPECT_THAT(run.out, HasSubstr(path + problem)) << run.out;
+    EXPECT_THAT(run.out, testing::EndsWith(": 7 problems\n"));
 }
 
 TEST(Resources, LooksUpByNameOrIdWithItsRuleAndWhetherConfigurationMayNameIt) {
@@ -80,12 +112,16 @@ TEST(Cli, EveryCommandHasHelpAndUsageErrorsExitWithTwo) {
         EXPECT_EQ(run.status, 0);
         EXPECT_THAT(run.out, testing::StartsWith(std::string("usage: qvnperfctl ") + command));
     }
-    const std::string session = EXAMPLES_DIR "/sessions/preview.json";
+    const std::string session = EXAMPLES_DIR "/sessions/preview.json", fifo = tempPath("fifo");
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);  // a FIFO with no writer must not hang the read
     // clang-format off
     const std::pair<std::vector<std::string>, std::string> cases[] = {
         {{}, "usage: qvnperfctl COMMAND"},
         {{"frobnicate"}, "qvnperfctl: unknown command 'frobnicate'"},
         {{"check-config", "/nonexistent/c.json"}, "check-config: cannot read /nonexistent/c.json"},
+        {{"check-config", fifo}, "check-config: cannot read " + fifo + ": not a regular file"},
+        {{"check-config", "/"}, "check-config: cannot read /: not a regular file"},
+        {{"check-config", "--shw", "/"}, "check-config: unknown option --shw"},
         {{"simulate", "/nonexistent/s.json"}, "simulate: cannot read /nonexistent/s.json"},
         {{"simulate", session, "--bogus"}, "simulate: unknown option --bogus"},
         {{"simulate", session, "--prop", "NOEQUALS"}, "simulate: --prop needs NAME=VALUE"},

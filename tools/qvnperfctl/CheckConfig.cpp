@@ -1,9 +1,13 @@
 // qvnperfctl check-config: the check a device maker runs on a JSON configuration
 // before flashing it.
 
+#include <QvncamJSON.h>
+
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <map>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -12,30 +16,33 @@
 #include "ExitCodes.h"
 #include "JsonSource.h"
 #include "Vocabulary.h"
+#include "qvncam/platform/JsonText.h"
 
 namespace qvnperfctl {
 namespace {
 
 const char* kUsage =
-    "usage: qvnperfctl check-config CONFIG.json...\n"
+    "usage: qvnperfctl check-config [--show] CONFIG.json...\n"
     "\n"
     "Checks a JSON configuration of the controller (the file that property\n"
-    "vendor.debug.qvncam.perfjson names) before it goes on a device:\n"
-    "  - the file is JSON with an object at the top;\n"
+    "vendor.debug.qvncam.perfjson names) before it goes on a device. The file is read\n"
+    "by the controller's own code, so a file it refuses fails here too:\n"
+    "  - the file is at most 16 MiB of JSON (comments allowed), nested at most 100\n"
+    "    deep, with an object at the top;\n"
     "  - \"enter_cam\" and \"config_cam\" are objects;\n"
     "  - every name in them is a resource of the vocabulary that configuration may\n"
     "    use (see qvnperfctl resources);\n"
-    "  - every value is an integer that fits in 32 bits;\n"
+    "  - every value is an integer that fits in 32 bits, written as one: any other\n"
+    "    value is reported with what the controller uses instead;\n"
     "  - no other top-level member and no name twice in one object.\n"
     "Each problem is printed as FILE:LINE: message.\n"
+    "\n"
+    "  --show   also print the command lists the controller sends from the file:\n"
+    "           resource id, name and value, in the order sent\n"
     "\n"
     "Exit status: 0 clean, 1 problems found, 2 usage or unreadable file.\n";
 
 const char* const kSections[] = {"enter_cam", "config_cam"};
-
-std::string quoted(const std::string& s) {
-    return "\"" + s + "\"";
-}
 
 std::string describe(const Json::Value& v) {
     switch (v.type()) {
@@ -45,7 +52,7 @@ std::string describe(const Json::Value& v) {
         case Json::uintValue:
             return "an integer";
         case Json::realValue:
-            return "a number with a fraction or exponent";
+            return "a number";
         case Json::stringValue:
             return "a string";
         case Json::booleanValue:
@@ -58,135 +65,239 @@ std::string describe(const Json::Value& v) {
     return "a value";
 }
 
-class ConfigChecker {
+class ConfigReader {
   public:
-    explicit ConfigChecker(const JsonSource& source) : mSource(source) {}
+    explicit ConfigReader(const JsonSource& source) : mSource(source) {
+        // Parses again into the controller's own document: the same text, so it loads.
+        mDocument.parse(source.text());
+    }
 
-    std::vector<ConfigProblem> run() {
+    ConfigReading run() {
         const auto& root = mSource.root();
         if (!root.isObject()) {
             add(mSource.lineOf(root), "the top level must be an object, not " + describe(root));
-            return mProblems;
+            return finish();
         }
         checkDuplicates(root, "the top level");
         for (const auto& member : mSource.membersAsWritten(root)) {
             if (std::find(std::begin(kSections), std::end(kSections), member.name) ==
                 std::end(kSections)) {
-                add(member.line, "unknown top-level member " + quoted(member.name) +
+                add(member.line, "unknown top-level member " + shownName(member.name) +
                                      " (the controller reads only \"enter_cam\" and "
                                      "\"config_cam\")");
             }
         }
-        for (const char* section : kSections) {
-            if (root.isMember(section))
-                checkSection(section, root[section]);
-        }
-        std::stable_sort(
-            mProblems.begin(), mProblems.end(),
-            [](const ConfigProblem& a, const ConfigProblem& b) { return a.line < b.line; });
-        return mProblems;
+        readSection("enter_cam", mReading.enterCamera);
+        readSection("config_cam", mReading.configureStream);
+        return finish();
     }
 
   private:
-    void add(int line, std::string message) { mProblems.push_back({line, std::move(message)}); }
+    void add(int line, std::string message) {
+        mReading.problems.push_back({line, std::move(message)});
+    }
+
+    ConfigReading finish() {
+        std::stable_sort(
+            mReading.problems.begin(), mReading.problems.end(),
+            [](const ConfigProblem& a, const ConfigProblem& b) { return a.line < b.line; });
+        return std::move(mReading);
+    }
 
     void checkDuplicates(const Json::Value& object, const std::string& where) {
         std::map<std::string, int> firstLine;
         for (const auto& member : mSource.membersAsWritten(object)) {
             auto [it, fresh] = firstLine.emplace(member.name, member.line);
             if (!fresh) {
-                add(member.line, "duplicate name " + quoted(member.name) + " in " + where +
+                add(member.line, "duplicate name " + shownName(member.name) + " in " + where +
                                      " (first at line " + std::to_string(it->second) +
-                                     "; only one of them takes effect)");
+                                     "; only the last one takes effect)");
             }
         }
     }
 
-    void checkSection(const std::string& section, const Json::Value& value) {
+    // The controller's reading of one section: present when the document has it, its
+    // members in the document's order, unknown names skipped.
+    void readSection(const char* section, SentList& out) {
+        if (!mDocument.hasMember(section))
+            return;
+        out.present = true;
+        const QvncamJSONData& value = mDocument[section];
+        const Json::Value& written = mSource.root()[section];
         if (!value.isObject()) {
-            add(mSource.lineOf(value),
-                quoted(section) + " must be an object, not " + describe(value));
+            add(mSource.lineOf(written), shownName(section) + " must be an object, not " +
+                                             describe(written) +
+                                             " (the controller sends an empty list for it)");
+            out.note = shownName(section) + " is not an object";
             return;
         }
-        checkDuplicates(value, quoted(section));
+        checkDuplicates(written, shownName(section));
         const auto& vocabulary = Vocabulary::instance();
-        std::map<std::string, bool> seen;
-        for (const auto& member : mSource.membersAsWritten(value)) {
-            if (!seen.emplace(member.name, true).second)
+        size_t skipped = 0;
+        for (const QvncamJSONData* it = value.begin(); it != value.end(); ++it) {
+            int number = 0;
+            it->toInt32(&number);
+            if (const Resource* resource = vocabulary.byName(it->key())) {
+                out.pairs.push_back(resource->id);
+                out.pairs.push_back(number);
+            } else {
+                ++skipped;
+            }
+        }
+        if (skipped != 0)
+            out.note =
+                std::to_string(skipped) + " unknown name" + (skipped == 1 ? "" : "s") + " skipped";
+        lintSection(section, value, written);
+    }
+
+    void lintSection(const std::string& section, const QvncamJSONData& value,
+                     const Json::Value& written) {
+        const auto& vocabulary = Vocabulary::instance();
+        std::set<std::string> seen;
+        for (const auto& member : mSource.membersAsWritten(written)) {
+            if (!seen.insert(member.name).second)
                 continue;
             const Resource* resource = vocabulary.byName(member.name);
             if (!resource) {
-                add(member.line, quoted(member.name) + " in " + quoted(section) +
-                                     " is not a resource of the vocabulary");
+                add(member.line, shownName(member.name) + " in " + shownName(section) +
+                                     " is not a resource of the vocabulary (the controller "
+                                     "skips it)");
             } else if (!resource->permitted) {
-                add(member.line, quoted(member.name) + " in " + quoted(section) +
+                add(member.line, shownName(member.name) + " in " + shownName(section) +
                                      " is not permitted in configuration");
             }
-            checkValue(member.name, value[member.name]);
+            for (const QvncamJSONData* it = value.begin(); it != value.end(); ++it) {
+                if (it->key() == member.name)
+                    checkValue(member.name, *it, written[member.name]);
+            }
         }
     }
 
-    void checkValue(const std::string& name, const Json::Value& v) {
-        int line = mSource.lineOf(v);
-        if (v.type() != Json::intValue && v.type() != Json::uintValue) {
-            add(line, "value of " + quoted(name) + " must be an integer, not " + describe(v));
-        } else if (!v.isInt()) {
-            add(line, "value " + v.asString() + " of " + quoted(name) +
-                          " does not fit in 32 bits (-2147483648 to 2147483647)");
+    // Reports a value the controller reads otherwise than it is written.
+    void checkValue(const std::string& name, const QvncamJSONData& value,
+                    const Json::Value& written) {
+        const int line = mSource.lineOf(written);
+        const std::string text = mSource.textOf(written);
+        int number = 0;
+        const bool asIs = value.toInt32(&number);
+        const std::string of = " of " + shownName(name);
+        const double real = written.isNumeric() ? written.asDouble() : 0.5;
+        if (asIs) {
+            if (text != std::to_string(number))
+                add(line, "value " + text + of + " is read as " + std::to_string(number) +
+                              "; write it as such");
+        } else if (std::isfinite(real) && std::trunc(real) == real) {
+            add(line,
+                "value " + text + of + " is out of range (-2147483648 to 2147483647): read as 0");
+        } else if (written.isNumeric()) {
+            add(line, "value " + text + of + " is not a whole number: read as 0");
+        } else {
+            add(line,
+                "value" + of + " must be an integer, not " + describe(written) + ": read as 0");
         }
     }
 
     const JsonSource& mSource;
-    std::vector<ConfigProblem> mProblems;
+    QvncamJSONData mDocument;
+    ConfigReading mReading;
 };
+
+void printList(const char* label, const SentList& list) {
+    if (!list.present) {
+        std::printf("  %s: none in the file (the customisation library's answer is used)\n", label);
+        return;
+    }
+    const size_t pairs = list.pairs.size() / 2;
+    std::printf("  %s: %zu pair%s%s%s\n", label, pairs, pairs == 1 ? "" : "s",
+                list.note.empty() ? "" : "; ", list.note.c_str());
+    const auto& vocabulary = Vocabulary::instance();
+    for (size_t i = 0; i + 1 < list.pairs.size(); i += 2) {
+        const Resource* r = vocabulary.byId(list.pairs[i]);
+        std::printf("    0x%08x  %-44s  %d\n", static_cast<unsigned>(list.pairs[i]),
+                    r != nullptr ? r->name.c_str() : "?", list.pairs[i + 1]);
+    }
+}
 
 }  // namespace
 
-std::vector<ConfigProblem> checkConfiguration(const JsonSource& source) {
-    return ConfigChecker(source).run();
+std::string shownName(const std::string& name) {
+    std::string out = "\"";
+    for (const char c : name) {
+        const auto u = static_cast<unsigned char>(c);
+        if (c == '"' || c == '\\') {
+            out += '\\';
+            out += c;
+        } else if (u < 0x20 || u == 0x7f) {
+            char buf[8];
+            std::snprintf(buf, sizeof buf, "\\u%04x", u);
+            out += buf;
+        } else {
+            out += c;
+        }
+    }
+    return out + "\"";
+}
+
+ConfigReading readConfiguration(const JsonSource& source) {
+    return ConfigReader(source).run();
 }
 
 int runCheckConfig(const std::vector<std::string>& args) {
-    if (wantsHelp(args)) {
+    CommandLine line;
+    const auto problem = parseCommandLine(args, {{"show", false}}, line);
+    if (line.help) {
         std::fputs(kUsage, stdout);
         return kExitOk;
     }
-    if (args.empty())
+    if (problem)
+        return usageError("check-config", *problem);
+    if (line.operands.empty())
         return usageError("check-config", "missing CONFIG.json");
-    for (const auto& arg : args) {
-        if (arg.size() > 1 && arg[0] == '-') {
-            return usageError("check-config", "unknown option " + arg);
-        }
-    }
+    const bool show = !line.options.empty();
     int status = kExitOk;
-    for (const auto& path : args) {
+    auto found = [&status] {
+        if (status == kExitOk)
+            status = kExitProblems;
+    };
+    for (const auto& path : line.operands) {
         JsonSource source;
         switch (source.load(path)) {
             case JsonSource::Status::IoError:
                 std::fprintf(stderr, "qvnperfctl check-config: %s\n", source.error().c_str());
                 status = kExitUsage;
                 continue;
-            case JsonSource::Status::ParseError:
-                std::printf("%s:%d: not valid JSON: %s\n", path.c_str(), source.errorLine(),
+            case JsonSource::Status::TooLarge:
+                std::printf("%s:1: not loaded by the controller: %s\n", path.c_str(),
                             source.error().c_str());
-                if (status == kExitOk)
-                    status = kExitProblems;
-                continue;
-            case JsonSource::Status::Ok:
                 break;
+            case JsonSource::Status::ParseError:
+                std::printf("%s:%d: not loaded by the controller: %s\n", path.c_str(),
+                            source.errorLine(), source.error().c_str());
+                break;
+            case JsonSource::Status::Ok: {
+                const ConfigReading reading = readConfiguration(source);
+                for (const auto& p : reading.problems)
+                    std::printf("%s:%d: %s\n", path.c_str(), p.line, p.message.c_str());
+                if (reading.problems.empty()) {
+                    std::printf("%s: ok\n", path.c_str());
+                } else {
+                    std::printf("%s: %zu problem%s\n", path.c_str(), reading.problems.size(),
+                                reading.problems.size() == 1 ? "" : "s");
+                    found();
+                }
+                if (show) {
+                    std::printf("%s: with a customisation library loaded, the controller sends\n",
+                                path.c_str());
+                    printList("enter-camera list", reading.enterCamera);
+                    printList("configure-stream list", reading.configureStream);
+                }
+                continue;
+            }
         }
-        auto problems = checkConfiguration(source);
-        for (const auto& p : problems) {
-            std::printf("%s:%d: %s\n", path.c_str(), p.line, p.message.c_str());
-        }
-        if (problems.empty()) {
-            std::printf("%s: ok\n", path.c_str());
-        } else {
-            std::printf("%s: %zu problem%s\n", path.c_str(), problems.size(),
-                        problems.size() == 1 ? "" : "s");
-            if (status == kExitOk)
-                status = kExitProblems;
-        }
+        found();
+        if (show)
+            std::printf("%s: the controller does not load it and sends no list from it\n",
+                        path.c_str());
     }
     return status;
 }

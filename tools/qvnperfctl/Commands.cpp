@@ -1,17 +1,62 @@
 #include "Commands.h"
 
+#include <getopt.h>
+
 #include <cstdio>
 
 #include "ExitCodes.h"
 
 namespace qvnperfctl {
 
-bool wantsHelp(const std::vector<std::string>& args) {
-    for (const auto& arg : args) {
-        if (arg == "-h" || arg == "--help")
-            return true;
+std::optional<std::string> parseCommandLine(const std::vector<std::string>& args,
+                                            const std::vector<OptionSpec>& specs,
+                                            CommandLine& out) {
+    // getopt_long permutes argv in place: give it copies.
+    std::vector<std::string> words = {"qvnperfctl"};
+    words.insert(words.end(), args.begin(), args.end());
+    std::vector<char*> argv;
+    for (auto& word : words)
+        argv.push_back(word.data());
+    argv.push_back(nullptr);
+
+    constexpr int kHelp = 'h';
+    constexpr int kFirst = 256;  // codes of the command's own options, past any char
+    std::vector<option> table;
+    for (size_t i = 0; i < specs.size(); ++i) {
+        table.push_back({specs[i].name, specs[i].takesValue ? required_argument : no_argument,
+                         nullptr, kFirst + static_cast<int>(i)});
     }
-    return false;
+    table.push_back({"help", no_argument, nullptr, kHelp});
+    table.push_back({nullptr, 0, nullptr, 0});
+
+    std::optional<std::string> problem;
+    auto note = [&problem](std::string text) {
+        if (!problem)
+            problem = std::move(text);
+    };
+    optind = 0;  // GNU: start afresh, also in a process that parsed before
+    opterr = 0;  // our own messages
+    const int argc = static_cast<int>(words.size());
+    for (int code; (code = getopt_long(argc, argv.data(), ":h", table.data(), nullptr)) != -1;) {
+        const std::string word = argv[optind - 1] != nullptr ? argv[optind - 1] : "";
+        if (code == kHelp) {
+            out.help = true;
+        } else if (code == '?') {
+            note("unknown option " + (optopt != 0 ? "-" + std::string(1, char(optopt)) : word));
+        } else if (code == ':') {
+            note(word.substr(0, word.find('=')) + " needs a value");
+        } else {
+            const OptionSpec& spec = specs[static_cast<size_t>(code - kFirst)];
+            const std::string value = optarg != nullptr ? optarg : "";
+            if (spec.takesValue && value.empty()) {
+                note("--" + std::string(spec.name) + " needs a value");
+                continue;
+            }
+            out.options.emplace_back(spec.name, value);
+        }
+    }
+    out.operands.assign(argv.begin() + optind, argv.begin() + argc);
+    return problem;
 }
 
 int usageError(const std::string& command, const std::string& message) {

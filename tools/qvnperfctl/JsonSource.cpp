@@ -2,27 +2,64 @@
 
 #include <algorithm>
 #include <cctype>
-#include <fstream>
-#include <sstream>
+
+#include "qvncam/platform/JsonText.h"
 
 namespace qvnperfctl {
 
 JsonSource::Status JsonSource::load(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    if (!in) {
-        mPath = path;
-        mError = "cannot read " + path;
-        return Status::IoError;
+    std::string text;
+    switch (qvncam::platform::readJsonFile(path.c_str(), text, mError)) {
+        case qvncam::platform::JsonFileStatus::Unreadable:
+            mPath = path;
+            mError = "cannot read " + path + ": " + mError;
+            return Status::IoError;
+        case qvncam::platform::JsonFileStatus::TooLarge:
+            mPath = path;
+            mError = path + " is larger than " +
+                     std::to_string(qvncam::platform::kMaxJsonFileSize) + " bytes";
+            return Status::TooLarge;
+        case qvncam::platform::JsonFileStatus::Ok:
+            break;
     }
-    std::ostringstream text;
-    text << in.rdbuf();
-    if (in.bad()) {
-        mPath = path;
-        mError = "cannot read " + path;
-        return Status::IoError;
-    }
-    return parse(path, text.str());
+    return parse(path, std::move(text));
 }
+
+namespace {
+
+// The line the JSON library's message names ("* Line N, Column M"), else 1.
+int messageLine(const std::string& message) {
+    const std::string mark = "Line ";
+    const size_t at = message.find(mark);
+    if (at == std::string::npos)
+        return 1;
+    int line = 0;
+    for (size_t i = at + mark.size();
+         i < message.size() && std::isdigit(static_cast<unsigned char>(message[i])); ++i)
+        line = std::min(line * 10 + (message[i] - '0'), 1 << 30);
+    return line > 0 ? line : 1;
+}
+
+// The message without its position and line breaks.
+std::string messageText(const std::string& message) {
+    std::string out;
+    size_t start = message.find('\n');
+    start = message.compare(0, 2, "* ") == 0 && start != std::string::npos ? start + 1 : 0;
+    for (size_t i = start; i < message.size(); ++i) {
+        const char c = message[i];
+        if (c == '\n' || c == '\r' || c == ' ') {
+            if (!out.empty() && out.back() != ' ')
+                out += ' ';
+        } else {
+            out += c;
+        }
+    }
+    while (!out.empty() && out.back() == ' ')
+        out.pop_back();
+    return out.empty() ? "malformed JSON" : out;
+}
+
+}  // namespace
 
 JsonSource::Status JsonSource::parse(const std::string& path, std::string text) {
     mPath = path;
@@ -32,35 +69,12 @@ JsonSource::Status JsonSource::parse(const std::string& path, std::string text) 
         if (mText[i] == '\n')
             mLineStarts.push_back(i + 1);
     }
-    mRoot = Json::Value();
     mError.clear();
     mErrorLine = 0;
-
-    // Strict JSON, so that what passes here loads in any JSON reader a device uses; the
-    // callers check the top level's shape themselves and name its line.
-    Json::Features features = Json::Features::strictMode();
-    features.strictRoot_ = false;
-    Json::Reader reader(features);
-    bool ok = false;
-    try {
-        ok = reader.parse(mText.data(), mText.data() + mText.size(), mRoot, false);
-    } catch (const std::exception& e) {  // nesting deeper than the reader's limit
-        mError = e.what();
-        mErrorLine = 1;
-        return Status::ParseError;
-    }
-    if (!ok) {
-        auto errors = reader.getStructuredErrors();
-        mError = errors.empty() ? "malformed JSON" : errors.front().message;
-        mErrorLine = errors.empty() ? 1 : lineOf(errors.front().offset_start);
-        return Status::ParseError;
-    }
-    auto end = static_cast<std::size_t>(std::max<std::ptrdiff_t>(mRoot.getOffsetLimit(), 0));
-    auto extra = std::find_if(mText.begin() + std::min(end, mText.size()), mText.end(),
-                              [](unsigned char c) { return !std::isspace(c); });
-    if (extra != mText.end()) {
-        mError = "unexpected text after the JSON document";
-        mErrorLine = lineOf(extra - mText.begin());
+    std::string message;
+    if (!qvncam::platform::parseJsonText(mText, mRoot, message)) {
+        mError = messageText(message);
+        mErrorLine = messageLine(message);
         return Status::ParseError;
     }
     return Status::Ok;
@@ -72,6 +86,13 @@ int JsonSource::lineOf(std::ptrdiff_t offset) const {
     auto it =
         std::upper_bound(mLineStarts.begin(), mLineStarts.end(), static_cast<std::size_t>(offset));
     return static_cast<int>(it - mLineStarts.begin());
+}
+
+std::string JsonSource::textOf(const Json::Value& value) const {
+    const auto begin = value.getOffsetStart(), limit = value.getOffsetLimit();
+    if (begin < 0 || limit < begin || static_cast<std::size_t>(limit) > mText.size())
+        return {};
+    return mText.substr(static_cast<std::size_t>(begin), static_cast<std::size_t>(limit - begin));
 }
 
 namespace {
@@ -108,7 +129,7 @@ std::vector<JsonSource::Member> JsonSource::membersAsWritten(const Json::Value& 
         std::min(mText.size(),
                  static_cast<std::size_t>(std::max<std::ptrdiff_t>(object.getOffsetLimit(), 0)));
     // The document parsed, so a plain scan suffices: a string right after '{' or ','
-    // at depth 1 is a member name.
+    // at depth 1 is a member name; comments are skipped as the parser skips them.
     int depth = 0;
     bool expectName = false;
     for (std::size_t pos = begin; pos < limit;) {
@@ -121,6 +142,16 @@ std::vector<JsonSource::Member> JsonSource::membersAsWritten(const Json::Value& 
                 expectName = false;
             }
             pos = end;
+            continue;
+        }
+        if (c == '/' && pos + 1 < limit && mText[pos + 1] == '/') {
+            while (pos < limit && mText[pos] != '\n' && mText[pos] != '\r')
+                ++pos;
+            continue;
+        }
+        if (c == '/' && pos + 1 < limit && mText[pos + 1] == '*') {
+            const std::size_t end = mText.find("*/", pos + 2);
+            pos = end == std::string::npos ? limit : end + 2;
             continue;
         }
         if (c == '{' || c == '[') {

@@ -4,15 +4,14 @@
 
 #include <algorithm>
 #include <cctype>
-#include <cinttypes>
+#include <cstdint>
 #include <cstdio>
-#include <cstdlib>
-#include <cstring>
 #include <optional>
 
 #include "Commands.h"
 #include "ExitCodes.h"
 #include "Vocabulary.h"
+#include "qvncam/platform/ParseInt.h"
 
 namespace qvnperfctl {
 namespace {
@@ -23,7 +22,8 @@ const char* kUsage =
     "Looks up power resources in the controller's vocabulary.\n"
     "  NAME   a resource name, e.g. PERF_RES_CPUFREQ_MIN_CLUSTER_0 (the PERF_RES_\n"
     "         prefix may be left out)\n"
-    "  ID     a resource id, hexadecimal (0x400000) or decimal (4194304)\n"
+    "  ID     a resource id, hexadecimal (0x400000) or decimal (4194304); a leading 0\n"
+    "         means octal, as in integer properties\n"
     "  CLASS  a class word (CPUFREQ, DRAM, SCHED, ...): every resource of that class\n"
     "Without arguments it lists the classes.\n"
     "\n"
@@ -40,24 +40,12 @@ std::string upper(std::string s) {
     return s;
 }
 
-// A resource id written in hexadecimal (0x...) or decimal, when it fits in 32 bits.
+// A resource id as a 32-bit unsigned number (0x... hexadecimal, else decimal or octal).
 std::optional<int> parseId(const std::string& text) {
-    if (text.empty())
+    uint32_t id = 0;
+    if (!qvncam::platform::parseInt(text, &id) || text[0] == '+')
         return std::nullopt;
-    bool hex = text.size() > 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X');
-    const char* digits = text.c_str() + (hex ? 2 : 0);
-    for (const char* p = digits; *p; ++p) {
-        if (hex ? !std::isxdigit(static_cast<unsigned char>(*p))
-                : !std::isdigit(static_cast<unsigned char>(*p))) {
-            return std::nullopt;
-        }
-    }
-    if (std::strlen(digits) > 10)
-        return std::nullopt;
-    unsigned long long value = std::strtoull(digits, nullptr, hex ? 16 : 10);
-    if (value > 0xffffffffULL)
-        return std::nullopt;
-    return static_cast<int>(static_cast<uint32_t>(value));
+    return static_cast<int>(id);
 }
 
 void printHeader() {
@@ -87,16 +75,16 @@ void printClasses(const Vocabulary& vocabulary) {
 
 }  // namespace
 
-int runResources(const std::vector<std::string>& args) {
-    if (wantsHelp(args)) {
+int runResources(const std::vector<std::string>& arguments) {
+    CommandLine line;
+    const auto problem = parseCommandLine(arguments, {}, line);
+    if (line.help) {
         std::fputs(kUsage, stdout);
         return kExitOk;
     }
-    for (const auto& arg : args) {
-        if (!arg.empty() && arg[0] == '-' && !parseId(arg)) {
-            return usageError("resources", "unknown option " + arg);
-        }
-    }
+    if (problem)
+        return usageError("resources", *problem);
+    const std::vector<std::string>& args = line.operands;
     const auto& vocabulary = Vocabulary::instance();
     if (args.empty()) {
         printClasses(vocabulary);

@@ -72,52 +72,28 @@ struct Options {
 };
 
 // Parses the command line; an empty optional result means it was fine.
-std::optional<std::string> parseOptions(const std::vector<std::string>& args, Options& out) {
-    for (size_t i = 0; i < args.size(); ++i) {
-        std::string arg = args[i];
-        std::string value;
-        bool hasValue = false;
-        if (arg.rfind("--", 0) == 0) {
-            auto eq = arg.find('=');
-            if (eq != std::string::npos) {
-                value = arg.substr(eq + 1);
-                arg = arg.substr(0, eq);
-                hasValue = true;
-            }
-        } else if (!arg.empty() && arg[0] != '-') {
-            if (!out.session.empty())
-                return "more than one session script";
-            out.session = arg;
-            continue;
-        }
-        if (arg != "--custom" && arg != "--config" && arg != "--prop" && arg != "--trace" &&
-            arg != "--svg") {
-            return "unknown option " + args[i];
-        }
-        if (!hasValue) {
-            if (i + 1 >= args.size())
-                return arg + " needs a value";
-            value = args[++i];
-        }
-        if (value.empty())
-            return arg + " needs a value";
-        if (arg == "--custom") {
+std::optional<std::string> parseOptions(const CommandLine& line, Options& out) {
+    for (const auto& [name, value] : line.options) {
+        if (name == "custom") {
             out.custom = value;
-        } else if (arg == "--config") {
+        } else if (name == "config") {
             out.config = value;
-        } else if (arg == "--trace") {
+        } else if (name == "trace") {
             out.trace = value;
-        } else if (arg == "--svg") {
+        } else if (name == "svg") {
             out.svg = value;
-        } else {
+        } else if (name == "prop") {
             auto eq = value.find('=');
             if (eq == std::string::npos || eq == 0)
                 return "--prop needs NAME=VALUE";
             out.props.emplace_back(value.substr(0, eq), value.substr(eq + 1));
         }
     }
-    if (out.session.empty())
+    if (line.operands.size() > 1)
+        return std::string("more than one session script");
+    if (line.operands.empty())
         return std::string("missing SESSION.json");
+    out.session = line.operands.front();
     return std::nullopt;
 }
 
@@ -126,6 +102,7 @@ bool loadSession(const std::string& path, Session& session) {
     JsonSource source;
     switch (source.load(path)) {
         case JsonSource::Status::IoError:
+        case JsonSource::Status::TooLarge:
             std::fprintf(stderr, "qvnperfctl simulate: %s\n", source.error().c_str());
             return false;
         case JsonSource::Status::ParseError:
@@ -210,12 +187,18 @@ int play(const Options& options, const Session& session) {
 }  // namespace
 
 int runSimulate(const std::vector<std::string>& args) {
-    if (wantsHelp(args)) {
+    CommandLine line;
+    auto problem = parseCommandLine(
+        args, {{"custom", true}, {"config", true}, {"prop", true}, {"trace", true}, {"svg", true}},
+        line);
+    if (line.help) {
         std::fputs(kUsage, stdout);
         return kExitOk;
     }
     Options options;
-    if (auto problem = parseOptions(args, options))
+    if (!problem)
+        problem = parseOptions(line, options);
+    if (problem)
         return usageError("simulate", *problem);
     Session session;
     if (!loadSession(options.session, session))
