@@ -11,9 +11,6 @@
 
 namespace {
 
-constexpr const char* kPerfConfigProperty = "vendor.debug.qvncam.perfjson";
-constexpr const char* kPerfConfigDefault = "/vendor/etc/camera/qvncam_perf_config.json";
-
 // jsoncpp reports errors over several lines; a log line wants one.
 std::string oneLine(std::string text) {
     for (char& c : text) {
@@ -32,8 +29,8 @@ class QvncamJSONConvertorImp : public QvncamJSONConvertor {
             CAM_LOGW("unsupported configuration type %d", type);
             return 0;
         }
-        const std::string path =
-            qvncam::platform::property_get_string(kPerfConfigProperty, kPerfConfigDefault);
+        const std::string path = qvncam::platform::property_get_string(
+            qvncam::platform::kJsonConfigProperty, qvncam::platform::kJsonConfigDefault);
         std::string text;
         std::string why;
         if (qvncam::platform::readJsonFile(path.c_str(), text, why) !=

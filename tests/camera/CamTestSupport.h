@@ -9,10 +9,12 @@
 
 #include "C2PSMachine.h"
 #include "PerfCtrlHelper.h"
+#include "PerfCtrlProperties.h"
 #include "common/ControllerPeer.h"
 #include "doubles/CustomDouble.h"
 #include "doubles/RecordingPowerClient.h"
 #include "qvncam/platform/HostControl.h"
+#include "qvncam/platform/JsonText.h"
 
 namespace camtest {
 

@@ -46,13 +46,13 @@ TEST_F(EnterConfigTest, JsonSectionsWinOverTheFunctionsAndOutliveTheSwitch) {
     const std::string path = testing::TempDir() + "perf-" + std::to_string(getpid()) + ".json";
     std::ofstream(path) << R"({"enter_cam": {"PERF_RES_CPUFREQ_MIN_CLUSTER_1": 900000},
                                "config_cam": {"PERF_RES_DRAM_OPP_MIN": 2}})";
-    setProperty("vendor.debug.qvncam.perfjson", path);
+    setProperty(qvncam::platform::kJsonConfigProperty, path);
     issued();
     const List once = {kCluster1, 900000}, twice = {kCluster1, 900000, kCluster1, 900000};
     // Each processed document appends again; switching JSON off keeps the record.
     for (const auto& [json, list] :
          {std::make_pair("1", once), std::make_pair("1", twice), std::make_pair("0", twice)}) {
-        setProperty("vendor.cam3perfctrl.enablejson", json);
+        setProperty(PerfCtrlProperties::kEnableJson.name, json);
         auto holder = ctrl->enterPerfCtrl_EnterCamera(0);
         EXPECT_EQ(issued().at(2), std::make_tuple(0, list, 0));
     }

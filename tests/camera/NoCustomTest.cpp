@@ -56,13 +56,13 @@ TEST_F(NoCustomTest, OpeningGrantsThePlatformListAndTheBoostOnly) {
     // clang-format off
     struct { Props props; List list; } rows[] = {
         {{}, kPlatform},
-        {{{"vendor.cam3dev.notify.zeltro", "0"}, {"vendor.cam3dev.dramcmd.enable", "0"}},
+        {{{PerfCtrlProperties::kNotifyZeltro.name, "0"}, {PerfCtrlProperties::kDramCmdEnable.name, "0"}},
          {0x2004000, 1, kGpuIdle, 2, 0x1468000, 0, 0x1058000, 33330001}},
-        {{{"vendor.cam3dev.idleprefer.enable", "1"}},
+        {{{PerfCtrlProperties::kIdlePreferEnable.name, "1"}},
          {0x1010100, 1, 0x2008400, 1, 0x2004000, 1, kGpuIdle, 2, 0x1404300, 1, 0x1404100, 1,
           0x1468000, 0, 0x1058000, 33330001}},
-        {{{"vendor.cam3dev.runnableboost.disable", "0"}, {"vendor.cam3dev.dvfsmmmode.enable", "0"},
-          {"vendor.cam3dev.notify.zeltro", "0"}}, {0x1010100, 1, 0x2004000, 1, kGpuIdle, 2}}};
+        {{{PerfCtrlProperties::kRunnableBoostDisable.name, "0"}, {PerfCtrlProperties::kDvfsMmModeEnable.name, "0"},
+          {PerfCtrlProperties::kNotifyZeltro.name, "0"}}, {0x1010100, 1, 0x2004000, 1, kGpuIdle, 2}}};
     // clang-format on
     testing::internal::CaptureStderr();
     for (const auto& row : rows) {  // one controller: each opening reads the properties anew

@@ -154,14 +154,14 @@ TEST_F(CamTest, AffinityPlacesTheCallingThreadQueryOnlyAsks) {
     for (const auto& [prop, scene] : scenes) {
         SCOPED_TRACE(scene);
         if (prop)
-            setProperty("vendor.cam3perfctrl.setaffinity.scene", prop);
+            setProperty(PerfCtrlProperties::kAffinityScene.name, prop);
         ctrl->setAffinity();
         EXPECT_EQ(customdbl::lastQuery().scene, scene);
         ctrl->queryAffinity("camAff");
         EXPECT_EQ(customdbl::lastQuery().scene, scene);
     }
     // The switch-off is read afresh by placement, once by queries (above).
-    setProperty("vendor.cam3perfctrl.setaffinity.forceoff", "1");
+    setProperty(PerfCtrlProperties::kAffinityForceOff.name, "1");
     const int calls = dbl->callCount(CUSTOMDBL_QUERY);
     EXPECT_FALSE(ctrl->setAffinity());
     EXPECT_EQ(dbl->callCount(CUSTOMDBL_QUERY), calls);

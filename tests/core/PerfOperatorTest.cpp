@@ -9,6 +9,7 @@
 
 #include "CoreTestSupport.h"
 #include "common/DebugLog.h"
+#include "PerfCtrlProperties.h"
 #include "PerfOperatorImp.h"
 #include "common/ReadText.h"
 #include "doubles/RecordingPowerClient.h"
@@ -36,7 +37,7 @@ std::shared_ptr<PerfOperator> makeOp() {
 
 void setTraceAndLogLevel(bool cameraTrace, int logLevel) {
     qvncam::host::setProperty("debug.atrace.tags.enableflags", cameraTrace ? "0x400" : "0");
-    qvncam::host::setProperty("vendor.cam3perfctrl.log", std::to_string(logLevel));
+    qvncam::host::setProperty(PerfCtrlProperties::kLogLevel.name, std::to_string(logLevel));
 }
 
 // failures: "Failed to allocate handle!" from construction and perform_extra; releases: by

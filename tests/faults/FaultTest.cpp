@@ -17,7 +17,9 @@
 #include "CustomDouble.h"
 #include "RecordingPowerClient.h"
 #include "common/AllowedCpuMask.h"
+#include "PerfCtrlProperties.h"
 #include "qvncam/platform/HostControl.h"
+#include "qvncam/platform/JsonText.h"
 
 namespace {
 
@@ -190,9 +192,9 @@ TEST_P(ConfigFault, OpeningTheCameraHasOneDefinedOutcome) {
     const std::string path = ::testing::TempDir() + "faults_" + std::to_string(getpid());
     if (c.text)
         std::ofstream(path, std::ios::binary) << *c.text;
-    qvncam::host::setProperty("vendor.cam3perfctrl.enablejson", "1");
+    qvncam::host::setProperty(PerfCtrlProperties::kEnableJson.name, "1");
     if (c.json)
-        qvncam::host::setProperty("vendor.debug.qvncam.perfjson", path);
+        qvncam::host::setProperty(qvncam::platform::kJsonConfigProperty, path);
     else
         setenv("QVNCAM_PROPERTIES", c.text->empty() ? "/" : path.c_str(), 1);
     customdbl::scriptTypicalAnswers(1);

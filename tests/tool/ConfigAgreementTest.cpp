@@ -79,8 +79,8 @@ TEST_F(ConfigAgreement, ShowPrintsWhatTheControllerSends) {
         Peer::setCustomisation(controller, entry<CustomEnterCameraFn>("customizeEnterCameraPerf"),
                                entry<CustomConfigTimeFn>("customizeConfigTimeCPUCtrl"),
                                entry<CustomRuntimeFn>("customizeRuntimeCPUCtrl"));
-        setProperty("vendor.cam3perfctrl.enablejson", "1");
-        setProperty("vendor.debug.qvncam.perfjson", path);
+        setProperty(PerfCtrlProperties::kEnableJson.name, "1");
+        setProperty(qvncam::platform::kJsonConfigProperty, path);
         issued();
         auto opened = controller.enterPerfCtrl_EnterCamera(0);
         const Issued atEnter = issued();

@@ -5,6 +5,7 @@
 #include <sstream>
 #include <string_view>
 
+#include "PerfCtrlProperties.h"
 #include "PropertyText.h"
 
 namespace qvnperfctl {
@@ -49,18 +50,10 @@ bool PropertyFile::write() const {
 }
 
 bool readAtLibraryLoad(const std::string& name) {
-    static const char* const kLoadTime[] = {
-        "vendor.debug.multicam.zoom.dram.opp",
-        "vendor.debug.multicam.zoom.cpu0.freq",
-        "vendor.debug.multicam.zoom.cpu1.freq",
-        "vendor.debug.multicam.zoom.cpu2.freq",
-        "vendor.debug.camera.capturePpl.boost.cpu.freq.cluster0",
-        "vendor.debug.camera.capturePpl.boost.cpu.freq.cluster1",
-        "vendor.debug.camera.capturePpl.boost.cpu.freq.cluster2",
-    };
-    for (const char* p : kLoadTime) {
-        if (name == p)
-            return true;
+    using namespace NSCam::NSCamFeature::NSCamPerfCtrl::PerfCtrlProperties;
+    for (const Listed& p : kAll) {
+        if (name == p.name)
+            return p.readAt == ReadAt::LibraryLoad;
     }
     return false;
 }

@@ -17,16 +17,19 @@
 #include "JsonSource.h"
 #include "Launcher.h"
 #include "LockSpans.h"
+#include "PerfCtrlProperties.h"
 #include "PropertyFile.h"
 #include "SessionScript.h"
 #include "Simulator.h"
 #include "SvgWriter.h"
 #include "TimelinePrinter.h"
+#include "qvncam/platform/JsonText.h"
 
 namespace qvnperfctl {
 namespace {
 
 using NSCam::NSCamFeature::NSCamPerfCtrl::Cam3PerfCtrl;
+namespace PerfCtrlProperties = NSCam::NSCamFeature::NSCamPerfCtrl::PerfCtrlProperties;
 
 const char* kUsage =
     "usage: qvnperfctl simulate SESSION.json [--custom LIB.so] [--config CONFIG.json]\n"
@@ -216,8 +219,8 @@ int runSimulate(const std::vector<std::string>& args) {
             std::fprintf(stderr, "qvnperfctl simulate: cannot read %s\n", options.config.c_str());
             return kExitUsage;
         }
-        plan.properties.emplace_back("vendor.cam3perfctrl.enablejson", "1");
-        plan.properties.emplace_back("vendor.debug.qvncam.perfjson", config.string());
+        plan.properties.emplace_back(PerfCtrlProperties::kEnableJson.name, "1");
+        plan.properties.emplace_back(qvncam::platform::kJsonConfigProperty, config.string());
     }
     plan.properties.insert(plan.properties.end(), options.props.begin(), options.props.end());
     if (!options.custom.empty() && !std::ifstream(options.custom)) {

@@ -8,6 +8,7 @@
 
 #include "Cam3PerfCtrlImp.h"
 #include "CamLog.h"
+#include "PerfCtrlProperties.h"
 #include "qvncam/platform/Properties.h"
 #include "qvncam_perfctrl.h"
 
@@ -22,15 +23,16 @@ constexpr int kAffinityPositions = 128;
 
 // The forced scene when the property is 0 or more, else the configured one.
 int chooseScene(int configuredScene) {
-    const int scene =
-        qvncam::platform::property_get_int32("vendor.cam3perfctrl.setaffinity.scene", -1);
+    const int scene = qvncam::platform::property_get_int32(
+        PerfCtrlProperties::kAffinityScene.name, PerfCtrlProperties::kAffinityScene.defaultValue);
     return scene >= 0 ? scene : configuredScene;
 }
 
 }  // namespace
 
 bool Cam3PerfCtrlImp::setAffinity() {
-    if (qvncam::platform::property_get_bool("vendor.cam3perfctrl.setaffinity.forceoff", false)) {
+    if (qvncam::platform::property_get_bool(PerfCtrlProperties::kAffinityForceOff.name,
+                                            PerfCtrlProperties::kAffinityForceOff.defaultValue)) {
         return false;
     }
     if (mfnQueryAppropriateCPU == nullptr) {
@@ -76,7 +78,8 @@ int Cam3PerfCtrlImp::queryAffinity(const char* threadName) {
     const int scene = chooseScene(miCPUAffyScene.load(std::memory_order_relaxed));
     // Read once per process, unlike setAffinity: a later change does not reach queries.
     static const bool forceOff =
-        qvncam::platform::property_get_bool("vendor.cam3perfctrl.setaffinity.forceoff", false);
+        qvncam::platform::property_get_bool(PerfCtrlProperties::kAffinityForceOff.name,
+                                            PerfCtrlProperties::kAffinityForceOff.defaultValue);
     if (forceOff || mfnQueryAppropriateCPU == nullptr) {
         return 0;
     }

@@ -3,6 +3,7 @@
 #include "Cam3PerfCtrlImp.h"
 #include "CamLog.h"
 #include "PerfCtrlHelper.h"
+#include "PerfCtrlProperties.h"
 #include "PowerResourceIds.h"
 #include "qvncam/platform/Properties.h"
 
@@ -15,10 +16,11 @@ using qvncam::platform::property_get_int32;
 
 std::shared_ptr<PerfOperatorHolder> Cam3PerfCtrlImp::enterPerfCtrl_EnterCamera(int timeoutMs) {
     CAM_LOGD("enterPerfCtrl_EnterCamera");
-    miLogLevel.store(
-        property_get_int32("vendor.cam3perfctrl.log", PerfCtrlHelper::DEFAULT_LOG_LEVEL),
-        std::memory_order_relaxed);
-    mbEnableJson = property_get_int32("vendor.cam3perfctrl.enablejson", 0) != 0;
+    miLogLevel.store(property_get_int32(PerfCtrlProperties::kLogLevel.name,
+                                        PerfCtrlProperties::kLogLevel.defaultValue),
+                     std::memory_order_relaxed);
+    mbEnableJson = property_get_int32(PerfCtrlProperties::kEnableJson.name,
+                                      PerfCtrlProperties::kEnableJson.defaultValue) != 0;
     if (mbEnableJson) {
         QvncamJSONData document;
         const int r = mpJsonConvertor->getJsonData(QvncamJSONConvertor::TYPE_CAMERA_PERF, document);
@@ -32,10 +34,12 @@ std::shared_ptr<PerfOperatorHolder> Cam3PerfCtrlImp::enterPerfCtrl_EnterCamera(i
     }
 
     std::vector<int> cmds;
-    if (property_get_bool("vendor.cam3dev.dramcmd.enable", true)) {
+    if (property_get_bool(PerfCtrlProperties::kDramCmdEnable.name,
+                          PerfCtrlProperties::kDramCmdEnable.defaultValue)) {
         cmds.insert(cmds.end(), {PERF_RES_DRAM_CM_MGR_CAM_ENABLE, 1});
     }
-    if (property_get_bool("vendor.cam3dev.notify.zeltro", true)) {
+    if (property_get_bool(PerfCtrlProperties::kNotifyZeltro.name,
+                          PerfCtrlProperties::kNotifyZeltro.defaultValue)) {
         cmds.insert(cmds.end(), {PERF_RES_FPS_ZELTRO_CAM, 1});
     }
     cmds.insert(cmds.end(), {PERF_RES_FPS_ZELTRO_ENABLE, 1});

@@ -7,6 +7,7 @@
 #include "CamLog.h"
 #include "NSCamProperties.h"
 #include "PerfCtrlHelper.h"
+#include "PerfCtrlProperties.h"
 #include "qvncam/platform/ProcessProfiles.h"
 #include "qvncam/platform/Properties.h"
 
@@ -15,14 +16,14 @@ namespace NSCamFeature {
 namespace NSCamPerfCtrl {
 
 // Multi-camera zoom tuning, read once at library load. -255: DRAM operating point not set.
-int32_t g_multicam_zoom_dram_opp =
-    NSCam::Utils::Properties::property_get_int32("vendor.debug.multicam.zoom.dram.opp", -255);
-int32_t g_multicam_zoom_cpu0_freq =
-    NSCam::Utils::Properties::property_get_int32("vendor.debug.multicam.zoom.cpu0.freq", -1);
-int32_t g_multicam_zoom_cpu1_freq =
-    NSCam::Utils::Properties::property_get_int32("vendor.debug.multicam.zoom.cpu1.freq", -1);
-int32_t g_multicam_zoom_cpu2_freq =
-    NSCam::Utils::Properties::property_get_int32("vendor.debug.multicam.zoom.cpu2.freq", -1);
+int32_t g_multicam_zoom_dram_opp = NSCam::Utils::Properties::property_get_int32(
+    PerfCtrlProperties::kZoomDramOpp.name, PerfCtrlProperties::kZoomDramOpp.defaultValue);
+int32_t g_multicam_zoom_cpu0_freq = NSCam::Utils::Properties::property_get_int32(
+    PerfCtrlProperties::kZoomCpu0Freq.name, PerfCtrlProperties::kZoomCpu0Freq.defaultValue);
+int32_t g_multicam_zoom_cpu1_freq = NSCam::Utils::Properties::property_get_int32(
+    PerfCtrlProperties::kZoomCpu1Freq.name, PerfCtrlProperties::kZoomCpu1Freq.defaultValue);
+int32_t g_multicam_zoom_cpu2_freq = NSCam::Utils::Properties::property_get_int32(
+    PerfCtrlProperties::kZoomCpu2Freq.name, PerfCtrlProperties::kZoomCpu2Freq.defaultValue);
 
 Cam3PerfCtrl::~Cam3PerfCtrl() = default;
 
@@ -34,9 +35,10 @@ Cam3PerfCtrl* Cam3PerfCtrl::getInstance() {
 Cam3PerfCtrlImp::Cam3PerfCtrlImp() {
     PerfCtrlHelper::loadCustomPerfFunctions(mfnEnterCamCPUCtrl, mfnConfigTimeCPUCtrl,
                                             mfnRuntimeCPUCtrl, mfnQueryAppropriateCPU);
-    miLogLevel.store(qvncam::platform::property_get_int32("vendor.cam3perfctrl.log",
-                                                          PerfCtrlHelper::DEFAULT_LOG_LEVEL),
-                     std::memory_order_relaxed);
+    miLogLevel.store(
+        qvncam::platform::property_get_int32(PerfCtrlProperties::kLogLevel.name,
+                                             PerfCtrlProperties::kLogLevel.defaultValue),
+        std::memory_order_relaxed);
     mpJsonConvertor.reset(QvncamJSONConvertor::createInstance());
 
     if (qvncam::platform::SetProcessProfiles(getuid(), getpid(), {"ProcessCapacityNormal"})) {

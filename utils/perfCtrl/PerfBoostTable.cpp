@@ -1,6 +1,7 @@
 #include "Cam3PerfCtrl.h"
 #include "NSCamProperties.h"
 #include "PerfCtrlHelper.h"
+#include "PerfCtrlProperties.h"
 #include "PowerResourceIds.h"
 
 namespace NSCam {
@@ -11,13 +12,13 @@ namespace {
 
 using NSCam::Utils::Properties::property_get_int32;
 
-// Capture-pipeline boost floors; cluster 1 is deliberately far below the others.
-int32_t cpuFreqCluster0 =
-    property_get_int32("vendor.debug.camera.capturePpl.boost.cpu.freq.cluster0", 2000000);
-int32_t cpuFreqCluster1 =
-    property_get_int32("vendor.debug.camera.capturePpl.boost.cpu.freq.cluster1", 500000);
-int32_t cpuFreqCluster2 =
-    property_get_int32("vendor.debug.camera.capturePpl.boost.cpu.freq.cluster2", 1800000);
+// Capture-pipeline boost floors.
+int32_t cpuFreqCluster0 = property_get_int32(PerfCtrlProperties::kBoostFreqCluster0.name,
+                                             PerfCtrlProperties::kBoostFreqCluster0.defaultValue);
+int32_t cpuFreqCluster1 = property_get_int32(PerfCtrlProperties::kBoostFreqCluster1.name,
+                                             PerfCtrlProperties::kBoostFreqCluster1.defaultValue);
+int32_t cpuFreqCluster2 = property_get_int32(PerfCtrlProperties::kBoostFreqCluster2.name,
+                                             PerfCtrlProperties::kBoostFreqCluster2.defaultValue);
 
 }  // namespace
 

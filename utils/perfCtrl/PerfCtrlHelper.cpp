@@ -8,6 +8,7 @@
 #include <mutex>
 
 #include "CamLog.h"
+#include "PerfCtrlProperties.h"
 #include "PowerResourceIds.h"
 #include "qvncam/platform/Properties.h"
 
@@ -120,15 +121,18 @@ void PerfCtrlHelper::loadCustomPerfFunctions(CustomEnterCameraFn& enterCam,
 }
 
 void PerfCtrlHelper::prepareEnterCameraPlatSettings(std::vector<int>& cmds) {
+    using PerfCtrlProperties::kDvfsMmModeEnable;
+    using PerfCtrlProperties::kIdlePreferEnable;
+    using PerfCtrlProperties::kRunnableBoostDisable;
     using qvncam::platform::property_get_bool;
-    if (property_get_bool("vendor.cam3dev.idleprefer.enable", false)) {
+    if (property_get_bool(kIdlePreferEnable.name, kIdlePreferEnable.defaultValue)) {
         cmds.insert(cmds.end(), {PERF_RES_SCHED_PREFER_IDLE_TA, 1});
         cmds.insert(cmds.end(), {PERF_RES_SCHED_PREFER_IDLE_FG, 1});
     }
-    if (property_get_bool("vendor.cam3dev.runnableboost.disable", true)) {
+    if (property_get_bool(kRunnableBoostDisable.name, kRunnableBoostDisable.defaultValue)) {
         cmds.insert(cmds.end(), {PERF_RES_SCHED_RUNNABLE_BOOST, 0});
     }
-    if (property_get_bool("vendor.cam3dev.dvfsmmmode.enable", true)) {
+    if (property_get_bool(kDvfsMmModeEnable.name, kDvfsMmModeEnable.defaultValue)) {
         cmds.insert(cmds.end(), {PERF_RES_DRAM_DVFS_QOSMM_MODE, 33330001});
     }
 }

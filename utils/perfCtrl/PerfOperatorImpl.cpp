@@ -5,6 +5,7 @@
 
 #include "CamLog.h"
 #include "PerfCtrlHelper.h"
+#include "PerfCtrlProperties.h"
 #include "PerfOperatorImp.h"
 #include "qvncam/platform/Properties.h"
 #include "qvncam/platform/Trace.h"
@@ -51,8 +52,8 @@ PerfOperatorImp::PerfOperatorImp(std::vector<int> cmds, int timeout, const char*
         mHandle = lockAcq()(0, timeout, cmds.data(), static_cast<int>(cmds.size()));
     }
 
-    mLogLevel = qvncam::platform::property_get_int32("vendor.cam3perfctrl.log",
-                                                     PerfCtrlHelper::DEFAULT_LOG_LEVEL);
+    mLogLevel = qvncam::platform::property_get_int32(PerfCtrlProperties::kLogLevel.name,
+                                                     PerfCtrlProperties::kLogLevel.defaultValue);
     mUserName = std::string("Cam3PerfCtrl:") + (user != nullptr ? user : "_null_user_name_");
 
     if (mHandle == 0) {

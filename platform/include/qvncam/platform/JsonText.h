@@ -12,6 +12,9 @@
 namespace qvncam {
 namespace platform {
 
+// The property naming the camera performance configuration, and its default.
+constexpr const char* kJsonConfigProperty = "vendor.debug.qvncam.perfjson";
+constexpr const char* kJsonConfigDefault = "/vendor/etc/camera/qvncam_perf_config.json";
 // A configuration is a few kilobytes; anything past this is refused unread.
 constexpr off_t kMaxJsonFileSize = 16 * 1024 * 1024;
 // Arrays and objects nested deeper than this are refused before parsing, so that the
