@@ -30,8 +30,9 @@ bool wordIn(const char* word, size_t len, std::initializer_list<const char*> set
     return std::any_of(set.begin(), set.end(), [&](const char* c) { return wordIs(word, len, c); });
 }
 
-// Switches and modes are named by their last word; otherwise the last word that
-// bounds the value decides (so "BOOST_MAX" is a cap on a boost).
+// The kind rule stated with the vocabulary (PowerResources.def): switches and modes are
+// named by their last word; otherwise the last word that bounds the value decides (so
+// "BOOST_MAX" is a cap on a boost).
 ResourceKind kindOfName(const char* name) {
     ResourceKind kind = ResourceKind::Latest;
     const char* p = name;
