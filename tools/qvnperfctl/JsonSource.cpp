@@ -65,8 +65,10 @@ JsonSource::Status JsonSource::parse(const std::string& path, std::string text) 
     mPath = path;
     mText = std::move(text);
     mLineStarts.assign(1, 0);
+    // Lines as the parser counts them in its messages: \n, \r\n or a lone \r ends one.
     for (std::size_t i = 0; i < mText.size(); ++i) {
-        if (mText[i] == '\n')
+        if (mText[i] == '\n' ||
+            (mText[i] == '\r' && (i + 1 == mText.size() || mText[i + 1] != '\n')))
             mLineStarts.push_back(i + 1);
     }
     mError.clear();
