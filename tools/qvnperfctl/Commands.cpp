@@ -9,7 +9,7 @@
 namespace qvnperfctl {
 
 std::optional<std::string> parseCommandLine(const std::vector<std::string>& args,
-                                            const std::vector<OptionSpec>& specs,
+                                            const std::vector<LongOption>& known,
                                             CommandLine& out) {
     // getopt_long permutes argv in place: give it copies.
     std::vector<std::string> words = {"qvnperfctl"};
@@ -22,8 +22,8 @@ std::optional<std::string> parseCommandLine(const std::vector<std::string>& args
     constexpr int kHelp = 'h';
     constexpr int kFirst = 256;  // codes of the command's own options, past any char
     std::vector<option> table;
-    for (size_t i = 0; i < specs.size(); ++i) {
-        table.push_back({specs[i].name, specs[i].takesValue ? required_argument : no_argument,
+    for (size_t i = 0; i < known.size(); ++i) {
+        table.push_back({known[i].name, known[i].takesValue ? required_argument : no_argument,
                          nullptr, kFirst + static_cast<int>(i)});
     }
     table.push_back({"help", no_argument, nullptr, kHelp});
@@ -41,18 +41,24 @@ std::optional<std::string> parseCommandLine(const std::vector<std::string>& args
         const std::string word = argv[optind - 1] != nullptr ? argv[optind - 1] : "";
         if (code == kHelp) {
             out.help = true;
+        } else if (code == '?' && optopt != 0) {
+            note("unknown option -" + std::string(1, static_cast<char>(optopt)));
         } else if (code == '?') {
-            note("unknown option " + (optopt != 0 ? "-" + std::string(1, char(optopt)) : word));
+            const std::string name = word.substr(2, word.find('=') - 2);
+            int matches = 0;
+            for (const LongOption& opt : known)
+                matches += std::string(opt.name).compare(0, name.size(), name) == 0;
+            note((matches > 1 ? "ambiguous option " : "unknown option ") + word);
         } else if (code == ':') {
             note(word.substr(0, word.find('=')) + " needs a value");
         } else {
-            const OptionSpec& spec = specs[static_cast<size_t>(code - kFirst)];
+            const LongOption& opt = known[static_cast<size_t>(code - kFirst)];
             const std::string value = optarg != nullptr ? optarg : "";
-            if (spec.takesValue && value.empty()) {
-                note("--" + std::string(spec.name) + " needs a value");
+            if (opt.takesValue && value.empty()) {
+                note("--" + std::string(opt.name) + " needs a value");
                 continue;
             }
-            out.options.emplace_back(spec.name, value);
+            out.options.emplace_back(opt.name, value);
         }
     }
     out.operands.assign(argv.begin() + optind, argv.begin() + argc);

@@ -14,7 +14,7 @@ int runCheckConfig(const std::vector<std::string>& args);
 int runResources(const std::vector<std::string>& args);
 
 // A long option of a command; -h and --help are every command's.
-struct OptionSpec {
+struct LongOption {
     const char* name;  // without the leading "--"
     bool takesValue;
 };
@@ -30,7 +30,7 @@ struct CommandLine {
 // of a name will do), operands anywhere, "--" ends the options. Returns the first problem
 // ("unknown option --x", "--x needs a value"); `out.help` is set whatever else is wrong.
 std::optional<std::string> parseCommandLine(const std::vector<std::string>& args,
-                                            const std::vector<OptionSpec>& specs, CommandLine& out);
+                                            const std::vector<LongOption>& known, CommandLine& out);
 
 // Prints "qvnperfctl COMMAND: message" and a hint to stderr; returns kExitUsage.
 int usageError(const std::string& command, const std::string& message);
