@@ -185,7 +185,7 @@ class ConfigReader {
         if (asIs) {
             if (text != std::to_string(number))
                 add(line, "value " + text + of + " is read as " + std::to_string(number) +
-                              "; write it as such");
+                              ": write " + std::to_string(number));
         } else if (std::isfinite(real) && std::trunc(real) == real) {
             add(line,
                 "value " + text + of + " is out of range (-2147483648 to 2147483647): read as 0");
