@@ -3,6 +3,7 @@
 // The parts of the fuzz set-up that both platforms share.
 
 #include "FuzzSupport.h"
+#include "PerfCtrlProperties.h"
 #include "PerfOperatorImp.h"
 #include "ULogger.h"
 
@@ -23,7 +24,7 @@ inline void quietControllerCommon() {
     setProperty("vendor.debug.qvncam.ulog.detail", "5");
     setProperty("vendor.debug.qvncam.ulog.mask", "0x1001000");
     setProperty("vendor.debug.qvncam.ulog.mode", "2");
-    setProperty("vendor.cam3perfctrl.log", "1");
+    setProperty(NSCam::NSCamFeature::NSCamPerfCtrl::PerfCtrlProperties::kLogLevel.name, "1");
     NSCam::Utils::ULog::ULogger::reload();
 }
 

@@ -6,6 +6,8 @@
 
 #include "../tests/common/ControllerPeer.h"
 #include "FuzzSupport.h"
+#include "PerfCtrlProperties.h"
+#include "qvncam/platform/JsonText.h"
 
 namespace {
 
@@ -35,8 +37,9 @@ Cam3PerfCtrlImp* gCtrl = nullptr;
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
     fuzzsupport::quietController();
-    fuzzsupport::setProperty("vendor.cam3perfctrl.enablejson", "1");
-    fuzzsupport::setProperty("vendor.debug.qvncam.perfjson", fuzzsupport::scratchPath("json"));
+    fuzzsupport::setProperty(PerfCtrlProperties::kEnableJson.name, "1");
+    fuzzsupport::setProperty(qvncam::platform::kJsonConfigProperty,
+                             fuzzsupport::scratchPath("json"));
     gCtrl = new Cam3PerfCtrlImp;
     Cam3PerfCtrlImpTestPeer::setCustomisation(*gCtrl, enterFn, configFn, runtimeFn);
     return 0;
