@@ -43,7 +43,7 @@ std::string upper(std::string s) {
 // A resource id as a 32-bit unsigned number (0x... hexadecimal, else decimal or octal).
 std::optional<int> parseId(const std::string& text) {
     uint32_t id = 0;
-    if (!qvncam::platform::parseInt(text, &id) || text[0] == '+')
+    if (!qvncam::platform::parseInt(text, &id))
         return std::nullopt;
     return static_cast<int>(id);
 }
