@@ -18,16 +18,20 @@ std::shared_ptr<PerfOperatorHolder> Cam3PerfCtrlImp::enterPerfCtrl_EnterCamera(i
     miLogLevel.store(
         property_get_int32("vendor.cam3perfctrl.log", PerfCtrlHelper::DEFAULT_LOG_LEVEL),
         std::memory_order_relaxed);
-    mbEnableJson = property_get_int32("vendor.cam3perfctrl.enablejson", 0) != 0;
-    if (mbEnableJson) {
-        QvncamJSONData document;
-        const int r = mpJsonConvertor->getJsonData(QvncamJSONConvertor::TYPE_CAMERA_PERF, document);
-        mbEnableJson = r != 0;
-        if (miLogLevel.load(std::memory_order_relaxed) != 0) {
-            CAM_LOGD("Enable Json, start to parse Json, result=%d", r != 0 ? 1 : 0);
-        }
-        if (mbEnableJson && !__prepareJsonCmds(document, mJsonCmdSet)) {
-            mbEnableJson = false;
+    {
+        std::lock_guard<std::mutex> lock(mJsonLock);
+        mbEnableJson = property_get_int32("vendor.cam3perfctrl.enablejson", 0) != 0;
+        if (mbEnableJson) {
+            QvncamJSONData document;
+            const int r =
+                mpJsonConvertor->getJsonData(QvncamJSONConvertor::TYPE_CAMERA_PERF, document);
+            mbEnableJson = r != 0;
+            if (miLogLevel.load(std::memory_order_relaxed) != 0) {
+                CAM_LOGD("Enable Json, start to parse Json, result=%d", r != 0 ? 1 : 0);
+            }
+            if (mbEnableJson && !__prepareJsonCmds(document, mJsonCmdSet)) {
+                mbEnableJson = false;
+            }
         }
     }
 
@@ -85,9 +89,16 @@ std::shared_ptr<PerfOperator> Cam3PerfCtrlImp::__enterCamCustom() {
     std::vector<int> cmds;
     size_t count = 0;
     const char* user = "enterCam";
-    if (mJsonCmdSet.enterCamExist) {
+    bool fromJson = false;
+    {
+        std::lock_guard<std::mutex> lock(mJsonLock);
+        fromJson = mJsonCmdSet.enterCamExist;
+        if (fromJson) {
+            cmds = mJsonCmdSet.enterCamCmds;
+        }
+    }
+    if (fromJson) {
         CAM_LOGD("EnterCam config from json");
-        cmds = mJsonCmdSet.enterCamCmds;
         count = cmds.size();
         user = "enterCam-json";
     } else {
