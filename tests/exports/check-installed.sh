@@ -20,7 +20,7 @@ problem() {
     fail=1
 }
 
-cmake --install "$build" --prefix "$work/prefix" >/dev/null
+"${CMAKE:-cmake}" --install "$build" --prefix "$work/prefix" >/dev/null
 inc=$work/prefix/include/qvncam_perfctrl
 lib=$(find "$work/prefix" -name 'libqvncam_perfctrl.so' | head -n1)
 [[ -n $lib ]] || { echo "FAIL: libqvncam_perfctrl.so not installed"; exit 1; }
