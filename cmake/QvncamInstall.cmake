@@ -20,3 +20,8 @@ install(FILES
   ${CMAKE_CURRENT_BINARY_DIR}/qvncam_perfctrlConfig.cmake
   ${CMAKE_CURRENT_BINARY_DIR}/qvncam_perfctrlConfigVersion.cmake
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/qvncam_perfctrl)
+# This build is the host one: its library exports the host-only test controls.
+install(FILES platform/include/qvncam/platform/HostControl.h
+  DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/qvncam_perfctrl/qvncam/platform)
+install(FILES platform/include/C2PSInitParams.h
+  DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/qvncam_perfctrl)

@@ -2,7 +2,10 @@
 
 // Records and function types shared with the device maker's customisation
 // library ("libcameracustom.so"). The library exports the entries below with C
-// linkage; each one is optional.
+// linkage; each one is optional. customizeRuntimeCPUCtrl and queryAppropriateCPU may be
+// called on several threads at once; the library must not call
+// Cam3PerfCtrl::getInstance() from its static constructors (it is loaded while the
+// controller is being built).
 
 #include <string>
 #include <unordered_map>

@@ -1,7 +1,7 @@
 #pragma once
 
-// Static loaders, tables and platform settings of the controller. The tables are
-// published for other modules of the camera stack; the functions are internal.
+// Static loaders, tables and platform settings of the controller, published for other
+// modules of the camera stack. The tables are read-only after library load.
 
 #include <string>
 #include <unordered_map>
@@ -16,7 +16,7 @@ namespace NSCamFeature {
 namespace NSCamPerfCtrl {
 
 class PerfCtrlHelper {
-public:
+  public:
     static constexpr int DEFAULT_LOG_LEVEL = 0;
 
     // Resource vocabulary of the power service: id -> name, name -> id, and the
@@ -28,16 +28,19 @@ public:
     // Boost level -> command list, built at library load.
     QVNCAM_EXPORT static const std::unordered_map<int, std::vector<int>> BoostComdTable;
 
-    // Opens the power-service client and resolves its two lock entries.
-    static bool loadPowerHalAPI(int (*&lockAcq)(int, int, int*, int), int (*&lockRel)(int));
+    // Opens the power-service client and resolves its two lock entries; after a failure
+    // the next call starts over. Any thread; concurrent first calls load once.
+    QVNCAM_EXPORT static bool loadPowerHalAPI(int (*&lockAcq)(int, int, int*, int),
+                                              int (*&lockRel)(int));
 
-    // Resolves the customisation library's entries into the four outputs.
-    static void loadCustomPerfFunctions(CustomEnterCameraFn& enterCam,
-                                        CustomConfigTimeFn& configTime, CustomRuntimeFn& runtime,
-                                        QueryAppropriateCPUFn& queryCpu);
+    // Resolves the customisation library's entries into the four outputs. Any thread.
+    QVNCAM_EXPORT static void loadCustomPerfFunctions(CustomEnterCameraFn& enterCam,
+                                                      CustomConfigTimeFn& configTime,
+                                                      CustomRuntimeFn& runtime,
+                                                      QueryAppropriateCPUFn& queryCpu);
 
     // Appends the platform-dependent enter-camera settings to `cmds`.
-    static void prepareEnterCameraPlatSettings(std::vector<int>& cmds);
+    QVNCAM_EXPORT static void prepareEnterCameraPlatSettings(std::vector<int>& cmds);
 };
 
 }  // namespace NSCamPerfCtrl

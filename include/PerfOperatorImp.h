@@ -16,7 +16,7 @@ namespace NSCamFeature {
 namespace NSCamPerfCtrl {
 
 class QVNCAM_EXPORT PerfOperatorImp : public PerfOperator {
-public:
+  public:
     using LockAcqFn = int (*)(int handle, int duration, int* list, int numArgs);
     using LockRelFn = int (*)(int handle);
 
@@ -29,7 +29,8 @@ public:
     bool detach() override;
     int getTimeoutInMilli() override;
 
-    // Re-issues the held lock with a further command list.
+    // Re-issues the held lock with a further command list. Not beside any other call on the
+    // same operator (isAlive() included).
     bool perform_extra(std::vector<int> cmds);
     // Debug listing of a command list by resource name.
     void printCmds(std::vector<int>& cmds);
@@ -43,7 +44,7 @@ public:
     // Trace cookie generator.
     static std::atomic<int> miGID;
 
-private:
+  private:
     bool _exit();
 
     using TimePoint = std::chrono::time_point<std::chrono::system_clock, std::chrono::microseconds>;
@@ -58,7 +59,7 @@ private:
 };
 
 class QVNCAM_EXPORT PerfOperatorHolderImp : public PerfOperatorHolder {
-public:
+  public:
     PerfOperatorHolderImp() = default;
     ~PerfOperatorHolderImp() override;
     PerfOperatorHolderImp(const PerfOperatorHolderImp&) = delete;
@@ -69,7 +70,7 @@ public:
     std::shared_ptr<PerfOperator> getPerfOperator() override;
     bool exit() override;
 
-private:
+  private:
     bool _exit();
 
     std::vector<std::shared_ptr<PerfOperator>> mOperators;
@@ -77,18 +78,19 @@ private:
 };
 
 class QVNCAM_EXPORT InflightOperatorHolderImp : public InflightOperatorHolder {
-public:
+  public:
     InflightOperatorHolderImp() = default;
     ~InflightOperatorHolderImp() override;
     InflightOperatorHolderImp(const InflightOperatorHolderImp&) = delete;
     InflightOperatorHolderImp& operator=(const InflightOperatorHolderImp&) = delete;
 
-    // Replaces, under the lock, any operator already held for `requestNo`.
+    // Replaces, under the lock, any operator already held for `requestNo`. May overlap
+    // notifyRequestDone() and exit() on other threads.
     bool insert(int requestNo, std::shared_ptr<PerfOperator> op);
     bool notifyRequestDone(int requestNo) override;
     bool exit() override;
 
-private:
+  private:
     bool _exit();
 
     std::mutex mLock;

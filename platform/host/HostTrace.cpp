@@ -4,10 +4,12 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 
+#include "qvncam/platform/AppendFile.h"
 #include "qvncam/platform/ParseInt.h"
 #include "qvncam/platform/Properties.h"
 #include "qvncam/platform/Trace.h"
@@ -39,7 +41,8 @@ void writeEvent(char kind, const char* name, int32_t cookie) {
     if (n > 0) {  // long names are cut to fit, never dropped
         const char* path = std::getenv("QVNCAM_TRACE_FILE");
         if (path != nullptr && path[0] != '\0') {
-            int fd = ::open(path, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0644);
+            static std::atomic<bool> warned{false};
+            int fd = openRegularForAppend(path, "HostTrace", "QVNCAM_TRACE_FILE", warned);
             if (fd >= 0) {
                 (void)!::write(fd, line, static_cast<size_t>(n));
                 ::close(fd);

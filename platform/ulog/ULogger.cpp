@@ -3,7 +3,6 @@
 
 #include "ULogger.h"
 
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -12,6 +11,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "qvncam/platform/AppendFile.h"
 #include "qvncam/platform/ParseInt.h"
 #include "qvncam/platform/Properties.h"
 
@@ -30,6 +30,7 @@ std::atomic<bool> gLoaded{false};
 std::atomic<int> gDetail{kDefaultDetail};
 std::atomic<uint32_t> gMask{kDefaultMask};
 std::atomic<uint32_t> gMode{kDefaultMode};
+std::atomic<bool> gFileWarned{false};
 
 // Bit words: accept the whole unsigned 32-bit range as well as negative int32 values.
 uint32_t readWord(const char* name, uint32_t defaultValue) {
@@ -103,7 +104,8 @@ void ULogger::log(uint32_t module, const char* tag, int level, const char* messa
             static_cast<size_t>(n) < sizeof(line) ? static_cast<size_t>(n) : sizeof(line) - 1;
         // A line cut short still ends with its newline.
         line[size - 1] = '\n';
-        int fd = ::open(path, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0644);
+        int fd = qvncam::platform::openRegularForAppend(path, "ULogger", "QVNCAM_ULOG_FILE",
+                                                        gFileWarned);
         if (fd >= 0) {
             ssize_t written;
             do {

@@ -115,9 +115,13 @@ typedef struct QvnPerfEvent {
 
 typedef void (*QvnPerfEventFn)(const QvnPerfEvent* event, void* ctx);
 
+/* The event log keeps the most recent events that fit in this many bytes (the events
+ * and their pairs), and always the newest one; older ones are dropped. */
+#define QVNPERF_EVENT_LOG_BYTES (16u * 1024u * 1024u)
+
 /* Calls fn for each retained event with seq > cursor, oldest first, and returns
  * the seq of the last one delivered (cursor itself when there was none). Start
- * with 0. The log keeps the most recent 65536 events. */
+ * with 0. The log holds at most QVNPERF_EVENT_LOG_BYTES. */
 QVNPERF_API uint64_t qvnperf_read_events(uint64_t cursor, QvnPerfEventFn fn, void* ctx);
 /* "GRANTED", "REISSUED", "RELEASED", "EXPIRED", "REFUSED", "BAD_RELEASE". */
 QVNPERF_API const char* qvnperf_event_kind_name(int kind);

@@ -12,7 +12,6 @@
 namespace qvnperf {
 namespace {
 
-constexpr size_t kMaxEvents = 65536;
 constexpr size_t kMaxExpiredRemembered = 65536;
 constexpr size_t kMaxLockResources = QVNPERF_MAX_ARGS / 2;
 constexpr int64_t kNoDeadline = INT64_MAX;
@@ -233,10 +232,19 @@ void LockService::expireLocked(int64_t now) {
     }
 }
 
+// What an event holds on the heap: one event may carry two lists of 512 pairs, so the log
+// is bounded by this rather than by its length.
+size_t LockService::eventBytes(const Event& ev) {
+    return sizeof(Event) + (ev.pairs.capacity() + ev.lockPairs.capacity()) * sizeof(QvnPerfPair);
+}
+
 void LockService::pushEventLocked(Event ev) {
     ev.seq = mNextSeq++;
+    mEventBytes += eventBytes(ev);
     mEvents.push_back(std::move(ev));
-    if (mEvents.size() > kMaxEvents) {
+    // The newest event always stays.
+    while (mEvents.size() > 1 && mEventBytes > QVNPERF_EVENT_LOG_BYTES) {
+        mEventBytes -= eventBytes(mEvents.front());
         mEvents.pop_front();
         ++mCounters.events_dropped;
     }
@@ -391,6 +399,7 @@ void LockService::reset() {
     mExpired.clear();
     mExpiredOrder.clear();
     mEvents.clear();
+    mEventBytes = 0;
     mCounters = QvnPerfCounters{};
     mNextOrder = 1;
 }

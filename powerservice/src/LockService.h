@@ -72,6 +72,7 @@ class LockService {
 
     void expireLocked(int64_t now);
     void pushEventLocked(Event ev);
+    static size_t eventBytes(const Event& ev);
     // Copies of the live locks (only those without expiry when leaksOnly), at `now`.
     std::vector<Lock> liveLocks(bool leaksOnly, int64_t& now);
     std::map<int, Winner> effectiveLocked() const;
@@ -84,6 +85,7 @@ class LockService {
     std::unordered_set<int> mExpired;
     std::deque<int> mExpiredOrder;
     std::deque<Event> mEvents;
+    size_t mEventBytes = 0;  // eventBytes() of every event in mEvents
     uint64_t mNextSeq = 1;
     uint64_t mNextStamp = 1;
     uint64_t mNextOrder = 1;

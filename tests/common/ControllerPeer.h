@@ -2,7 +2,7 @@
 
 // Reaches the controller's private steps and fields, for the tests and the fuzz targets.
 
-#include "Cam3PerfCtrlImp.h"
+#include "Cam3PerfCtrlInternal.h"
 
 namespace NSCam {
 namespace NSCamFeature {

@@ -7,7 +7,7 @@
 #include <future>
 #include <thread>
 
-#include "Cam3PerfCtrlImp.h"
+#include "Cam3PerfCtrlInternal.h"
 #include "CoreTestSupport.h"
 #include "common/DebugLog.h"
 

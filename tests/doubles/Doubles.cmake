@@ -5,6 +5,7 @@
 #
 #   QVNCAM_DOUBLE_DIR_POWER_RECORDING  recording libqvnperf_client_vendor.so
 #   QVNCAM_DOUBLE_DIR_POWER_NOREL      libqvnperf_client_vendor.so without perf_lock_rel
+#   QVNCAM_DOUBLE_DIR_POWER_NOACQ      libqvnperf_client_vendor.so without perf_lock_acq
 #   QVNCAM_DOUBLE_DIR_CUSTOM_FULL      libcameracustom.so with all four entries
 #   QVNCAM_DOUBLE_DIR_CUSTOM_QUERYONLY libcameracustom.so with queryAppropriateCPU only
 #   QVNCAM_DOUBLE_DIR_CUSTOM_NORUNTIME libcameracustom.so without customizeRuntimeCPUCtrl
@@ -20,6 +21,7 @@
 set(_qvncam_doubles_root ${CMAKE_BINARY_DIR}/tests/doubles)
 set(QVNCAM_DOUBLE_DIR_POWER_RECORDING ${_qvncam_doubles_root}/power_recording)
 set(QVNCAM_DOUBLE_DIR_POWER_NOREL ${_qvncam_doubles_root}/power_norel)
+set(QVNCAM_DOUBLE_DIR_POWER_NOACQ ${_qvncam_doubles_root}/power_noacq)
 set(QVNCAM_DOUBLE_DIR_CUSTOM_FULL ${_qvncam_doubles_root}/custom_full)
 set(QVNCAM_DOUBLE_DIR_CUSTOM_QUERYONLY ${_qvncam_doubles_root}/custom_queryonly)
 set(QVNCAM_DOUBLE_DIR_CUSTOM_NORUNTIME ${_qvncam_doubles_root}/custom_noruntime)
@@ -27,12 +29,14 @@ set(QVNCAM_DOUBLE_DIR_EMPTY ${_qvncam_doubles_root}/empty)
 
 set(QVNCAM_DOUBLE_TARGET_POWER_RECORDING qvncam_double_power_recording)
 set(QVNCAM_DOUBLE_TARGET_POWER_NOREL qvncam_double_power_norel)
+set(QVNCAM_DOUBLE_TARGET_POWER_NOACQ qvncam_double_power_noacq)
 set(QVNCAM_DOUBLE_TARGET_CUSTOM_FULL qvncam_double_custom_full)
 set(QVNCAM_DOUBLE_TARGET_CUSTOM_QUERYONLY qvncam_double_custom_queryonly)
 set(QVNCAM_DOUBLE_TARGET_CUSTOM_NORUNTIME qvncam_double_custom_noruntime)
 set(QVNCAM_DOUBLE_TARGETS
   ${QVNCAM_DOUBLE_TARGET_POWER_RECORDING}
   ${QVNCAM_DOUBLE_TARGET_POWER_NOREL}
+  ${QVNCAM_DOUBLE_TARGET_POWER_NOACQ}
   ${QVNCAM_DOUBLE_TARGET_CUSTOM_FULL}
   ${QVNCAM_DOUBLE_TARGET_CUSTOM_QUERYONLY}
   ${QVNCAM_DOUBLE_TARGET_CUSTOM_NORUNTIME})

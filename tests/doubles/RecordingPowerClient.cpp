@@ -1,5 +1,6 @@
-// Recording stand-in for the power service's client library. Built twice: the full
-// client, and (RECPOWER_NO_RELEASE) one that lacks the release entry.
+// Recording stand-in for the power service's client library. Built three times: the full
+// client, one that lacks the release entry (RECPOWER_NO_RELEASE) and one that lacks the
+// acquire entry (RECPOWER_NO_ACQUIRE).
 
 #include "RecordingPowerClient.h"
 
@@ -28,6 +29,7 @@ State& state() {
 #pragma GCC visibility push(default)
 extern "C" {
 
+#ifndef RECPOWER_NO_ACQUIRE
 int perf_lock_acq(int handle, int duration, int* list, int numArgs) {
     std::lock_guard<std::mutex> g(gMutex);
     State& s = state();
@@ -43,6 +45,7 @@ int perf_lock_acq(int handle, int duration, int* list, int numArgs) {
     s.log.acquires.push_back(a);
     return a.result;
 }
+#endif
 
 #ifndef RECPOWER_NO_RELEASE
 int perf_lock_rel(int handle) {

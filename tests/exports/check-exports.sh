@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Checks what libqvncam_perfctrl.so shows the dynamic linker: the public surface is
-# exported, nothing of the platform seam or the controller's internals is, and the
+# Checks what libqvncam_perfctrl.so shows the dynamic linker: the public surface (with
+# the host-only test controls of this host build) is exported, nothing of the platform
+# seam or the controller's private steps is, and the
 # loadable libraries stay replaceable through LD_LIBRARY_PATH (no DT_RPATH, no
 # link-time dependency on them), and every exported variable stays preemptible.
 #   check-exports.sh LIB.so DYNAMIC_LIST
@@ -22,7 +23,7 @@ all=$("$nm" -D --defined-only -C "$lib" | sed -E 's/^[0-9a-fA-F]* +[A-Za-z] +//;
 entities=$(sed -E 's/^(vtable for |typeinfo for |typeinfo name for |VTT for |construction vtable for |guard variable for |(non-)?virtual thunk to )+//' <<<"$all")
 
 # Internals that must never be exported, wherever they appear in a name.
-internal='qvncam::platform::|qvncam::host::|NSCam::Utils::|ULogger|QvncamJSON|C2PSMachine|C2PSInitParams|Cam3PerfCtrlImp|PerfCtrlHelper::load|PerfCtrlHelper::prepare|^(property_get|__android_log_|atrace_|SetProcessProfiles|perf_lock_)'
+internal='^(qvncam::platform::|NSCam::Utils::|QvncamJSON|C2PSMachine|C2PSInitParams)|Cam3PerfCtrlImp::__|^(property_get|__android_log_|atrace_|SetProcessProfiles|perf_lock_)'
 if leaked=$(grep -E "$internal" <<<"$entities"); then
     problem "internal symbols exported:"
     sed 's/^/    /' <<<"$leaked"
@@ -31,9 +32,10 @@ fi
 # Everything else must belong to the public surface, the C++ runtime's template
 # instantiations (weak, default visibility in libstdc++) or the linker.
 ns='NSCam::NSCamFeature::NSCamPerfCtrl::'
-classes='Cam3PerfCtrl|PerfOperator|PerfOperatorImp|PerfOperatorHolder|PerfOperatorHolderImp|InflightOperatorHolder|InflightOperatorHolderImp'
+classes='Cam3PerfCtrl|Cam3PerfCtrlImp|PerfOperator|PerfOperatorImp|PerfOperatorHolder|PerfOperatorHolderImp|InflightOperatorHolder|InflightOperatorHolderImp'
 tables='PowerEnumToStringMap|StringToPowerEnumMap|AvailablePowerHalCmds|BoostComdTable'
-public="^${ns}(${classes})(::|$)|^${ns}PerfCtrlHelper::(${tables})$|^qvncam_perfctrl_(set|query)_affinity$"
+helpers='loadPowerHalAPI|loadCustomPerfFunctions|prepareEnterCameraPlatSettings'
+public="^${ns}(${classes})(::|$)|^${ns}PerfCtrlHelper::((${tables})$|(${helpers})\\()|^qvncam_perfctrl_(set|query)_affinity$|^qvncam::host::"
 runtime='^([^(]* )?(std|__gnu_cxx)::|^(_init|_fini|_edata|_end|__bss_start)$'
 if unexpected=$(grep -Ev "$public|$runtime" <<<"$entities"); then
     problem "symbols outside the public surface exported:"
@@ -46,6 +48,9 @@ required=(
     "${ns}PerfCtrlHelper::StringToPowerEnumMap"
     "${ns}PerfCtrlHelper::AvailablePowerHalCmds"
     "${ns}PerfCtrlHelper::BoostComdTable"
+    "${ns}PerfCtrlHelper::loadPowerHalAPI(int (*&)(int, int, int*, int), int (*&)(int))"
+    "${ns}Cam3PerfCtrlImp::checkCPUMask(int)"
+    "qvncam::host::reloadULogger()"
     qvncam_perfctrl_set_affinity
     qvncam_perfctrl_query_affinity
 )

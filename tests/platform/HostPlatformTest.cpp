@@ -5,9 +5,12 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <stdlib.h>
+#include <signal.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <climits>
@@ -229,6 +232,53 @@ TEST_F(HostPlatform, TraceTagsReadAtEachQueryAndSlicesGoToTheTraceFile) {
     atrace_async_end("runPerfBoost-12", -1);
     EXPECT_EQ(readText(path("trace")),
               "S|" + pid + "|runPerfBoost-12|3\nF|" + pid + "|runPerfBoost-12|-1\n");
+}
+
+// A log or trace file that is not a regular file (a FIFO nobody reads, a directory) is
+// refused at once with one warning, and the process goes on. Each case runs in a child
+// that is killed if it hangs.
+TEST_F(HostPlatform, LogAndTraceFilesThatAreNotRegularAreRefusedWithoutBlocking) {
+    ASSERT_EQ(::mkfifo(path("fifo").c_str(), 0600), 0);
+    ASSERT_TRUE(std::filesystem::create_directory(path("subdir")));
+    setULog(2, 0, 2);
+    const struct {
+        const char *variable, *tag;
+        void (*emit)();
+    } sinks[] = {{"QVNCAM_ULOG_FILE", "ULogger", [] { CAM_LOGE("line"); }},
+                 {"QVNCAM_TRACE_FILE", "HostTrace", [] { atrace_async_begin("slice", 1); }}};
+    for (const auto& sink : sinks) {
+        for (const char* target : {"fifo", "subdir", "regular"}) {
+            const std::string err = path("stderr"), where = std::string(sink.tag) + " " + target;
+            ::unlink(path("regular").c_str());
+            const pid_t child = ::fork();
+            ASSERT_GE(child, 0);
+            if (child == 0) {
+                ::setenv(sink.variable, path(target).c_str(), 1);
+                ::dup2(::open(err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644), STDERR_FILENO);
+                sink.emit();
+                sink.emit();
+                ::_exit(0);
+            }
+            int status = 0;
+            pid_t done = 0;
+            for (int i = 0; i < 1000 && (done = ::waitpid(child, &status, WNOHANG)) == 0; ++i)
+                std::this_thread::sleep_for(std::chrono::milliseconds(10));
+            if (done == 0) {
+                ::kill(child, SIGKILL);
+                ::waitpid(child, &status, 0);
+                ADD_FAILURE() << where << ": hung";
+                continue;
+            }
+            EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << where;
+            const std::string warning = "W/" + std::string(sink.tag) + "(";
+            const std::string log = readText(err);
+            const bool regular = std::string(target) == "regular";
+            EXPECT_EQ(std::count(log.begin(), log.end(), '\n'), regular ? 0 : 1) << log;
+            EXPECT_EQ(log.rfind(warning, 0), regular ? std::string::npos : 0) << log;
+            const std::string written = readText(path("regular"));
+            EXPECT_EQ(std::count(written.begin(), written.end(), '\n'), regular ? 2 : 0) << where;
+        }
+    }
 }
 
 TEST_F(HostPlatform, C2PSMachineKeepsAndLogsTheLastRecord) {

@@ -180,6 +180,37 @@ TEST_F(PowerService, LeaksAreReportedAtProcessExitAfterStaticDestructors) {
 }
 
 // A handle given twice would leave the counters unbalanced or count a bad release.
+// Locks of hundreds of resources: the log drops its oldest events once their pairs fill
+// the byte budget, long before it holds many events, and keeps the newest.
+TEST_F(PowerService, EventLogIsBoundedByBytesNotByCount) {
+    std::vector<int> wide;
+    for (int i = 0; i < QVNPERF_MAX_ARGS / 2; ++i)
+        wide.insert(wide.end(), {kCpu0, i});
+    const size_t perCycle = (QVNPERF_MAX_ARGS / 2 + 2) * sizeof(QvnPerfPair);
+    const int cycles = static_cast<int>(2 * QVNPERF_EVENT_LOG_BYTES / perCycle);
+    for (int i = 0; i < cycles; ++i)
+        perf_lock_rel(acq(0, 0, wide));
+
+    struct Retained {
+        size_t pairBytes = 0;
+        uint64_t last = 0;
+    } kept;
+    qvnperf_read_events(
+        0,
+        [](const QvnPerfEvent* e, void* ctx) {
+            auto* k = static_cast<Retained*>(ctx);
+            k->pairBytes += (e->num_pairs + e->num_lock_pairs) * sizeof(QvnPerfPair);
+            k->last = e->seq;
+        },
+        &kept);
+    QvnPerfCounters c{};
+    qvnperf_get_counters(&c);
+    EXPECT_GT(c.events_dropped, 0u);
+    EXPECT_LE(kept.pairBytes, QVNPERF_EVENT_LOG_BYTES);
+    EXPECT_GT(kept.pairBytes, QVNPERF_EVENT_LOG_BYTES / 2);
+    EXPECT_EQ(kept.last, uint64_t{2} * cycles);
+}
+
 TEST_F(PowerService, ConcurrentClientsKeepTheCountersConsistent) {
     constexpr int kThreads = 4, kRounds = 300;
     std::vector<std::thread> threads;

@@ -6,7 +6,7 @@
 #include <cerrno>
 #include <cstring>
 
-#include "Cam3PerfCtrlImp.h"
+#include "Cam3PerfCtrlInternal.h"
 #include "CamLog.h"
 #include "PerfCtrlProperties.h"
 #include "qvncam/platform/Properties.h"

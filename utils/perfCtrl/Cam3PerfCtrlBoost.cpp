@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <string>
 
-#include "Cam3PerfCtrlImp.h"
+#include "Cam3PerfCtrlInternal.h"
 #include "CamLog.h"
 #include "PerfCtrlHelper.h"
 #include "PowerResourceIds.h"

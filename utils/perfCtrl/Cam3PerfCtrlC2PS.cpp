@@ -4,7 +4,7 @@
 #include <cstring>
 
 #include "C2PSMachine.h"
-#include "Cam3PerfCtrlImp.h"
+#include "Cam3PerfCtrlInternal.h"
 #include "CamLog.h"
 
 namespace NSCam {

@@ -1,6 +1,6 @@
 #define LOG_TAG "Cam3PerfCtrl"
 
-#include "Cam3PerfCtrlImp.h"
+#include "Cam3PerfCtrlInternal.h"
 #include "CamLog.h"
 
 namespace NSCam {
@@ -22,7 +22,15 @@ std::shared_ptr<PerfOperatorHolder> Cam3PerfCtrlImp::enterPerfCtrl_ConfigureStre
     std::vector<int> cmds;
     const char* user = "";
 
-    if (!mJsonCmdSet.configCamExist) {
+    bool fromJson = false;
+    {
+        std::lock_guard<std::mutex> lock(mJsonLock);
+        fromJson = mJsonCmdSet.configCamExist;
+        if (fromJson) {
+            cmds = mJsonCmdSet.configCamCmds;
+        }
+    }
+    if (!fromJson) {
         if (mfnConfigTimeCPUCtrl(config, params, outCmds, timeoutMs)) {
             cmds.reserve(countOutCmdInts(outCmds));
             if (miLogLevel.load(std::memory_order_relaxed) != 0) {
@@ -33,7 +41,6 @@ std::shared_ptr<PerfOperatorHolder> Cam3PerfCtrlImp::enterPerfCtrl_ConfigureStre
         }
     } else {
         CAM_LOGD("ConfigCam config from json");
-        cmds = mJsonCmdSet.configCamCmds;
         user = "configureStream-from-json";
     }
 

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "Cam3PerfCtrlImp.h"
+#include "Cam3PerfCtrlInternal.h"
 #include "CamLog.h"
 
 namespace NSCam {

@@ -1,6 +1,6 @@
 #define LOG_TAG "Cam3PerfCtrl"
 
-#include "Cam3PerfCtrlImp.h"
+#include "Cam3PerfCtrlInternal.h"
 #include "CamLog.h"
 #include "PerfCtrlHelper.h"
 #include "PerfCtrlProperties.h"
@@ -16,20 +16,25 @@ using qvncam::platform::property_get_int32;
 
 std::shared_ptr<PerfOperatorHolder> Cam3PerfCtrlImp::enterPerfCtrl_EnterCamera(int timeoutMs) {
     CAM_LOGD("enterPerfCtrl_EnterCamera");
-    miLogLevel.store(property_get_int32(PerfCtrlProperties::kLogLevel.name,
-                                        PerfCtrlProperties::kLogLevel.defaultValue),
-                     std::memory_order_relaxed);
-    mbEnableJson = property_get_int32(PerfCtrlProperties::kEnableJson.name,
-                                      PerfCtrlProperties::kEnableJson.defaultValue) != 0;
-    if (mbEnableJson) {
-        QvncamJSONData document;
-        const int r = mpJsonConvertor->getJsonData(QvncamJSONConvertor::TYPE_CAMERA_PERF, document);
-        mbEnableJson = r != 0;
-        if (miLogLevel.load(std::memory_order_relaxed) != 0) {
-            CAM_LOGD("Enable Json, start to parse Json, result=%d", r != 0 ? 1 : 0);
-        }
-        if (mbEnableJson && !__prepareJsonCmds(document, mJsonCmdSet)) {
-            mbEnableJson = false;
+    miLogLevel.store(
+        property_get_int32(PerfCtrlProperties::kLogLevel.name,
+                           PerfCtrlProperties::kLogLevel.defaultValue),
+        std::memory_order_relaxed);
+    {
+        std::lock_guard<std::mutex> lock(mJsonLock);
+        mbEnableJson = property_get_int32(PerfCtrlProperties::kEnableJson.name,
+                                          PerfCtrlProperties::kEnableJson.defaultValue) != 0;
+        if (mbEnableJson) {
+            QvncamJSONData document;
+            const int r =
+                mpJsonConvertor->getJsonData(QvncamJSONConvertor::TYPE_CAMERA_PERF, document);
+            mbEnableJson = r != 0;
+            if (miLogLevel.load(std::memory_order_relaxed) != 0) {
+                CAM_LOGD("Enable Json, start to parse Json, result=%d", r != 0 ? 1 : 0);
+            }
+            if (mbEnableJson && !__prepareJsonCmds(document, mJsonCmdSet)) {
+                mbEnableJson = false;
+            }
         }
     }
 
@@ -89,9 +94,16 @@ std::shared_ptr<PerfOperator> Cam3PerfCtrlImp::__enterCamCustom() {
     std::vector<int> cmds;
     size_t count = 0;
     const char* user = "enterCam";
-    if (mJsonCmdSet.enterCamExist) {
+    bool fromJson = false;
+    {
+        std::lock_guard<std::mutex> lock(mJsonLock);
+        fromJson = mJsonCmdSet.enterCamExist;
+        if (fromJson) {
+            cmds = mJsonCmdSet.enterCamCmds;
+        }
+    }
+    if (fromJson) {
         CAM_LOGD("EnterCam config from json");
-        cmds = mJsonCmdSet.enterCamCmds;
         count = cmds.size();
         user = "enterCam-json";
     } else {

@@ -1,6 +1,6 @@
 #define LOG_TAG "Cam3PerfCtrl"
 
-#include "Cam3PerfCtrlImp.h"
+#include "Cam3PerfCtrlInternal.h"
 #include "CamLog.h"
 
 namespace NSCam {

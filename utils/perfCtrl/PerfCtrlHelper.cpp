@@ -23,9 +23,12 @@ namespace {
 using LockAcqFn = int (*)(int, int, int*, int);
 using LockRelFn = int (*)(int);
 
-// Power-service client. Written without a lock by concurrent first users: atomics keep
-// that free of data races, and every racer stores the same values.
-std::atomic<void*> gPerfClientHandle{nullptr};
+// Power-service client. Loading, and undoing a failed load, happen under
+// gPerfClientMutex: a failing thread closes only the handle it saw opened, and no thread
+// looks an entry up in a handle another has closed. Once both entries are resolved they
+// never change again, so callers read them without the lock.
+std::mutex gPerfClientMutex;
+void* gPerfClientHandle = nullptr;
 std::atomic<LockAcqFn> gPerfLockAcqFn{nullptr};
 std::atomic<LockRelFn> gPerfLockRelFn{nullptr};
 
@@ -60,31 +63,39 @@ void resolveCustomEntry(Fn& cached, const char* symbol, const char* what, Fn& ou
 }  // namespace
 
 bool PerfCtrlHelper::loadPowerHalAPI(int (*&lockAcq)(int, int, int*, int), int (*&lockRel)(int)) {
-    if (gPerfClientHandle.load(kRelaxed) == nullptr) {
-        gPerfClientHandle.store(dlopen("libqvnperf_client_vendor.so", RTLD_NOW), kRelaxed);
-        if (gPerfClientHandle.load(kRelaxed) == nullptr) {
+    // The release entry is stored last, with release order: seeing it means both are set.
+    if (LockRelFn rel = gPerfLockRelFn.load(std::memory_order_acquire); rel != nullptr) {
+        lockAcq = gPerfLockAcqFn.load(kRelaxed);
+        lockRel = rel;
+        return true;
+    }
+    std::lock_guard<std::mutex> lock(gPerfClientMutex);
+    if (gPerfClientHandle == nullptr) {
+        gPerfClientHandle = dlopen("libqvnperf_client_vendor.so", RTLD_NOW);
+        if (gPerfClientHandle == nullptr) {
             CAM_LOGW("dlopen fail: %s\n", dlerror());
             return false;
         }
     }
     if (gPerfLockAcqFn.load(kRelaxed) == nullptr) {
-        gPerfLockAcqFn.store(lookup<LockAcqFn>(gPerfClientHandle.load(kRelaxed), "perf_lock_acq"),
-                             kRelaxed);
+        gPerfLockAcqFn.store(lookup<LockAcqFn>(gPerfClientHandle, "perf_lock_acq"), kRelaxed);
         if (gPerfLockAcqFn.load(kRelaxed) == nullptr) {
             CAM_LOGW("perfLockAcq error: %s\n", dlerror());
-            dlclose(gPerfClientHandle.exchange(nullptr, kRelaxed));
+            dlclose(gPerfClientHandle);
+            gPerfClientHandle = nullptr;
             return false;
         }
     }
     if (gPerfLockRelFn.load(kRelaxed) == nullptr) {
-        gPerfLockRelFn.store(lookup<LockRelFn>(gPerfClientHandle.load(kRelaxed), "perf_lock_rel"),
-                             kRelaxed);
-        if (gPerfLockRelFn.load(kRelaxed) == nullptr) {
+        LockRelFn rel = lookup<LockRelFn>(gPerfClientHandle, "perf_lock_rel");
+        if (rel == nullptr) {
             CAM_LOGW("perfLockRel error: %s\n", dlerror());
-            dlclose(gPerfClientHandle.exchange(nullptr, kRelaxed));
+            dlclose(gPerfClientHandle);
+            gPerfClientHandle = nullptr;
             gPerfLockAcqFn.store(nullptr, kRelaxed);
             return false;
         }
+        gPerfLockRelFn.store(rel, std::memory_order_release);
     }
     lockAcq = gPerfLockAcqFn.load(kRelaxed);
     lockRel = gPerfLockRelFn.load(kRelaxed);

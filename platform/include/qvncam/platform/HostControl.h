@@ -1,29 +1,30 @@
 #pragma once
 
-// Host-only controls for tests running in the same process. Not part of the
-// library's exported surface; tests link the static archive.
+// Host-only controls for tests running in the same process. The host build of the
+// shared library exports them (and installs this header); the Android build has none.
 
 #include <string>
 
-struct C2PSInitParams;
+#include "C2PSInitParams.h"
+#include "QvncamExport.h"
 
 namespace qvncam {
 namespace host {
 
 // In-process properties override the property file until cleared.
-void setProperty(const std::string& name, const std::string& value);
-void clearProperty(const std::string& name);
-void clearAllProperties();
+QVNCAM_EXPORT void setProperty(const std::string& name, const std::string& value);
+QVNCAM_EXPORT void clearProperty(const std::string& name);
+QVNCAM_EXPORT void clearAllProperties();
 
 // Forces SetProcessProfiles to fail (or restores the normal answer).
-void forceProcessProfilesFailure(bool fail);
+QVNCAM_EXPORT void forceProcessProfilesFailure(bool fail);
 
 // Re-reads the unified logger's detail level, mask and mode word from properties.
-void reloadULogger();
+QVNCAM_EXPORT void reloadULogger();
 
 // The last record C2PSMachine::init received; false when it was never called.
-bool lastC2PSInit(C2PSInitParams* out);
-void resetC2PSInit();
+QVNCAM_EXPORT bool lastC2PSInit(C2PSInitParams* out);
+QVNCAM_EXPORT void resetC2PSInit();
 
 }  // namespace host
 }  // namespace qvncam

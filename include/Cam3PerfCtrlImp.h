@@ -1,7 +1,13 @@
 #pragma once
 
+// The controller behind Cam3PerfCtrl::getInstance(). Callers reach it by
+// static_cast<Cam3PerfCtrlImp*>(Cam3PerfCtrl::getInstance()), for checkCPUMask and the
+// zoom boost list; the operations are those of Cam3PerfCtrl.
+
 #include <atomic>
+#include <cstdint>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -9,14 +15,18 @@
 #include "Cam3PerfCtrl.h"
 #include "JsonCmdSet.h"
 #include "PerfCtrlCustom.h"
-#include "QvncamJSON.h"
+#include "QvncamExport.h"
+
+class QvncamJSONConvertor;
+class QvncamJSONData;
 
 namespace NSCam {
 namespace NSCamFeature {
 namespace NSCamPerfCtrl {
 
-class Cam3PerfCtrlImp : public Cam3PerfCtrl {
+class QVNCAM_EXPORT Cam3PerfCtrlImp : public Cam3PerfCtrl {
   public:
+    // Use getInstance(); a second controller is for tests only.
     Cam3PerfCtrlImp();
     ~Cam3PerfCtrlImp() override;
     Cam3PerfCtrlImp(const Cam3PerfCtrlImp&) = delete;
@@ -34,7 +44,7 @@ class Cam3PerfCtrlImp : public Cam3PerfCtrl {
     int queryAffinity(const char* threadName) override;
     std::unique_ptr<PerfOperator> enablePerTaskEASControl(int tid, unsigned short flags) override;
 
-    // True exactly for the legal CPU masks 1..255.
+    // True exactly for the legal CPU masks 1..255. Reads no state: any thread, any time.
     bool checkCPUMask(int mask);
     // Appends the multi-camera zoom boost list built from the zoom properties.
     void getMultiCamZoomBoostTable(std::vector<int>& out);
@@ -42,14 +52,15 @@ class Cam3PerfCtrlImp : public Cam3PerfCtrl {
   private:
     friend class Cam3PerfCtrlImpTestPeer;
 
-    std::shared_ptr<PerfOperator> __enterCamCustom();
-    bool __prepareJsonCmds(const QvncamJSONData& doc, JsonCmdSet& out);
-    void __processOutCmds(const std::unordered_map<std::string, int>& outCmds,
-                          std::vector<int>& cmds);
-    void __initC2PSPerfCtrl(const qcam::StreamConfiguration& config,
-                            const std::unordered_map<std::string, int>& outCmds);
-    void __initCPUAffy(const qcam::StreamConfiguration& config,
-                       const std::unordered_map<std::string, int>& outCmds);
+    // The private steps stay inside the library.
+    QVNCAM_HIDDEN std::shared_ptr<PerfOperator> __enterCamCustom();
+    QVNCAM_HIDDEN bool __prepareJsonCmds(const QvncamJSONData& doc, JsonCmdSet& out);
+    QVNCAM_HIDDEN void __processOutCmds(const std::unordered_map<std::string, int>& outCmds,
+                                        std::vector<int>& cmds);
+    QVNCAM_HIDDEN void __initC2PSPerfCtrl(const qcam::StreamConfiguration& config,
+                                          const std::unordered_map<std::string, int>& outCmds);
+    QVNCAM_HIDDEN void __initCPUAffy(const qcam::StreamConfiguration& config,
+                                     const std::unordered_map<std::string, int>& outCmds);
 
     CustomEnterCameraFn mfnEnterCamCPUCtrl = nullptr;
     CustomConfigTimeFn mfnConfigTimeCPUCtrl = nullptr;
@@ -58,21 +69,14 @@ class Cam3PerfCtrlImp : public Cam3PerfCtrl {
     // Rewritten by enter-camera while boosts read it on other threads.
     std::atomic<int32_t> miLogLevel{-1};
     std::unique_ptr<QvncamJSONConvertor> mpJsonConvertor;
+    // Two cameras may be opened at once: the JSON switch and record are read and
+    // written under this lock.
+    std::mutex mJsonLock;
     bool mbEnableJson = false;
     JsonCmdSet mJsonCmdSet;
     // Written at configure-stream time, read by thread placement on other threads.
     std::atomic<int32_t> miCPUAffyScene{0};
 };
-
-// Room a customisation output map needs as a command list: two ints for every entry with a
-// value of 0 or more, whether or not its name is a resource.
-size_t countOutCmdInts(const std::unordered_map<std::string, int>& outCmds);
-
-// Tuning read once at library load (multi-camera zoom boost).
-extern int32_t g_multicam_zoom_dram_opp;
-extern int32_t g_multicam_zoom_cpu0_freq;
-extern int32_t g_multicam_zoom_cpu1_freq;
-extern int32_t g_multicam_zoom_cpu2_freq;
 
 }  // namespace NSCamPerfCtrl
 }  // namespace NSCamFeature
