@@ -206,9 +206,11 @@ class Printer {
             for (const auto& event : e.events) {
                 if (event.kind != LockEventKind::Refused || ++shown > kRefusalsShown)
                     continue;
-                std::fprintf(mOut, "  at %.1f ms, %s: %s\n",
-                             static_cast<double>(event.timeUs) / 1000.0, e.step.c_str(),
-                             event.reason.c_str());
+                std::fprintf(mOut, "  at %.1f ms, %s", static_cast<double>(event.timeUs) / 1000.0,
+                             e.step.c_str());
+                if (e.scriptLine > 0)
+                    std::fprintf(mOut, "  [line %d]", e.scriptLine);
+                std::fprintf(mOut, ": %s\n", event.reason.c_str());
             }
         }
         if (shown > kRefusalsShown)
