@@ -17,7 +17,8 @@ constexpr double kRight = 30;
 constexpr double kPlotWidth = kWidth - kLeft - kRight;
 constexpr double kLaneHeight = 14;
 constexpr double kLaneGap = 4;
-constexpr int kStepRows = 4;
+constexpr int kMaxStepRows = 12;
+constexpr double kStepCharWidth = 5.2;  // average advance of a 9-pixel sans-serif character
 constexpr double kStepRowHeight = 13;
 constexpr double kCpuChartHeight = 200;
 constexpr double kDramChartHeight = 90;
@@ -147,7 +148,8 @@ class SvgCanvas {
     std::string draw() {
         double y = 44;
         double stepsTop = y;
-        y += kStepRows * kStepRowHeight + 6;
+        layOutSteps();
+        y += mStepRowCount * kStepRowHeight + 6;
         y = drawLanes(y);
         double lanesBottom = y;
         drawTimeAxis(lanesBottom);
@@ -191,23 +193,49 @@ class SvgCanvas {
                            static_cast<double>(mEndUs);
     }
 
+    bool anchoredAtEnd(double sx) const { return sx > kLeft + kPlotWidth - 160; }
+
+    // Each step label goes on the first row where it clears the label before it, so that
+    // steps at the same moment (all of them at 0 ms, say) stack instead of overprinting.
+    void layOutSteps() {
+        std::vector<double> rowEnds;
+        for (const auto& step : mPicture.steps) {
+            size_t chars = 0;
+            for (char c : step.label)
+                chars += (static_cast<unsigned char>(c) & 0xc0) != 0x80;
+            const double width = std::min(chars, kLabelChars) * kStepCharWidth;
+            const double sx = x(step.timeUs);
+            const double from = anchoredAtEnd(sx) ? sx - 2 - width : sx + 2;
+            size_t row = 0;
+            while (row < rowEnds.size() && rowEnds[row] + 6 > from)
+                ++row;
+            if (row == rowEnds.size() && rowEnds.size() == kMaxStepRows) {
+                row = std::min_element(rowEnds.begin(), rowEnds.end()) - rowEnds.begin();
+            } else if (row == rowEnds.size()) {
+                rowEnds.push_back(0);
+            }
+            rowEnds[row] = from + width;
+            mStepRow.push_back(static_cast<int>(row));
+        }
+        mStepRowCount = std::max<int>(1, static_cast<int>(rowEnds.size()));
+    }
+
     // Steps along the top, each with a guide line down through the lanes and charts.
     void drawSteps(double top, double guideBottom) {
         mBody << "<text x=\"8\" y=\"" << num(top + 10) << "\" font-weight=\"bold\">steps</text>\n";
-        int row = 0;
-        for (const auto& step : mPicture.steps) {
+        for (size_t i = 0; i < mPicture.steps.size(); ++i) {
+            const auto& step = mPicture.steps[i];
             double sx = x(step.timeUs);
-            double ty = top + 10 + row * kStepRowHeight;
+            double ty = top + 10 + mStepRow[i] * kStepRowHeight;
             mBody << "<g><title>" << escape(num(step.timeUs / 1000.0) + " ms  " + step.label)
                   << "</title>"
                   << "<line x1=\"" << num(sx) << "\" y1=\"" << num(ty - 9) << "\" x2=\"" << num(sx)
                   << "\" y2=\"" << num(guideBottom)
                   << "\" stroke=\"#bbbbbb\" stroke-dasharray=\"2,3\"/>"
                   << "<text y=\"" << num(ty) << "\" font-size=\"9\" "
-                  << (sx > kLeft + kPlotWidth - 160 ? "text-anchor=\"end\" x=\"" + num(sx - 2)
-                                                    : "x=\"" + num(sx + 2))
+                  << (anchoredAtEnd(sx) ? "text-anchor=\"end\" x=\"" + num(sx - 2)
+                                        : "x=\"" + num(sx + 2))
                   << "\">" << shortened(step.label) << "</text></g>\n";
-            row = (row + 1) % kStepRows;
         }
     }
 
@@ -328,6 +356,8 @@ class SvgCanvas {
     const Picture& mPicture;
     std::string mTitle;
     int64_t mEndUs;
+    std::vector<int> mStepRow;  // by step
+    int mStepRowCount = 1;
     std::ostringstream mBody;
 };
 
