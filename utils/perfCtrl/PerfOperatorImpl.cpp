@@ -43,6 +43,15 @@ void traceTimeout(int cookie, int timeout, const std::string& user,
     }
 }
 
+// Starts the detached timer thread. The wait is made here rather than in the thread, so
+// that its time counts from the lock's start whenever the thread gets to run. (A lambda
+// local to this file keeps the thread's state type out of the library's exports.)
+void startTraceTimer(int cookie, int timeout, const std::string& user) {
+    std::thread([cookie, timeout, user, wait = qvncam::platform::ClockWait(timeout)]() mutable {
+        traceTimeout(cookie, timeout, user, std::move(wait));
+    }).detach();
+}
+
 }  // namespace
 
 PerfOperatorImp::PerfOperatorImp(std::vector<int> cmds, int timeout, const char* user) {
@@ -78,11 +87,7 @@ PerfOperatorImp::PerfOperatorImp(std::vector<int> cmds, int timeout, const char*
             qvncam::platform::atrace_async_begin(mUserName.c_str(), mCookie);
         }
         if (mTimeout != 0) {
-            // The wait is made here rather than in the thread, so that its time counts from
-            // the lock's start whenever the thread gets to run.
-            std::thread(traceTimeout, mCookie, mTimeout, mUserName,
-                        qvncam::platform::ClockWait(mTimeout))
-                .detach();
+            startTraceTimer(mCookie, mTimeout, mUserName);
         }
         CAM_LOGD("mHandle=%d", mHandle);
         printCmds(cmds);
