@@ -42,12 +42,18 @@ std::string firstDifference(const std::string& want, const std::string& got) {
     }
 }
 
-// Where the build tree lives is the one thing in the output that differs between checkouts.
-std::string withoutBuildDir(std::string text) {
-    for (const std::string& dir :
-         {std::string(QVNCAM_BINARY_DIR), std::filesystem::canonical(QVNCAM_BINARY_DIR).string()}) {
+// Where the trees live is the one thing in the output that differs between checkouts.
+std::string withoutTreePaths(std::string text) {
+    namespace fs = std::filesystem;
+    const std::pair<std::string, const char*> trees[] = {
+        {QVNCAM_BINARY_DIR, "BUILD"},
+        {fs::canonical(QVNCAM_BINARY_DIR).string(), "BUILD"},
+        {PROJECT_SOURCE_DIR, "SRC"},
+        {fs::canonical(PROJECT_SOURCE_DIR).string(), "SRC"},
+    };
+    for (const auto& [dir, name] : trees) {
         for (size_t at; (at = text.find(dir)) != std::string::npos;)
-            text.replace(at, dir.size(), "BUILD");
+            text.replace(at, dir.size(), name);
     }
     return text;
 }
@@ -80,7 +86,7 @@ TEST_P(GoldenSession, WholeOutputMatchesItsGoldenFiles) {
     ASSERT_EQ(run.status, 0) << run.out << run.err;
     const bool update = std::getenv("QVNPERFCTL_UPDATE_GOLDEN") != nullptr;
     const std::pair<const char*, std::string> outputs[] = {
-        {".txt", withoutBuildDir(run.out)},
+        {".txt", withoutTreePaths(run.out)},
         {".trace.json", readText(trace)},
         {".svg", readText(svg)},
     };
