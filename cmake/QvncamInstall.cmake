@@ -1,6 +1,7 @@
 include(CMakePackageConfigHelpers)
 
-install(TARGETS qvncam_perfctrl EXPORT qvncam_perfctrlTargets
+# qvncam_clock: the host platform clock the library needs (and the host power service).
+install(TARGETS qvncam_perfctrl qvncam_clock EXPORT qvncam_perfctrlTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
   RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})

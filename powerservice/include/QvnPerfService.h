@@ -11,8 +11,10 @@
  * handed to a callback and is valid only during that call. Callbacks run
  * without the service's lock held, so they may call back into the service.
  *
- * Times are microseconds of the monotonic clock (qvnperf_now_us); durations
- * are milliseconds. Every call first expires the locks whose duration ran out.
+ * Times are microseconds of the controller's platform clock (qvnperf_now_us):
+ * the system clock, or the virtual clock a host test or `qvnperfctl simulate`
+ * switched the process to. Durations are milliseconds. Every call first
+ * expires the locks whose duration ran out.
  */
 #ifndef QVNPERF_SERVICE_H
 #define QVNPERF_SERVICE_H
@@ -104,7 +106,7 @@ typedef struct QvnPerfEvent {
     int handle;         /* the lock; for REFUSED and BAD_RELEASE the handle passed in */
     int duration_ms;    /* GRANTED/REISSUED/REFUSED: the argument; RELEASED/EXPIRED: the
                            lock's (0 for a release after expiry) */
-    int64_t time_us;    /* monotonic */
+    int64_t time_us;    /* platform clock */
     int num_args;       /* REFUSED: numArgs as passed; otherwise 2 * num_pairs */
     const char* reason; /* REFUSED and BAD_RELEASE: why (static string); else NULL */
     int num_pairs;      /* GRANTED/REISSUED: the request's pairs */
@@ -131,7 +133,7 @@ QVNPERF_API const char* qvnperf_event_kind_name(int kind);
 typedef struct QvnPerfLockInfo {
     int handle;
     uint64_t order;       /* 1 for the first lock granted since start or reset */
-    int64_t granted_us;   /* monotonic time of the grant */
+    int64_t granted_us;   /* platform-clock time of the grant */
     int64_t issued_us;    /* last grant or re-issue: the duration runs from here */
     int duration_ms;      /* 0: no expiry */
     int64_t time_left_ms; /* -1: no expiry; else milliseconds left, rounded up */
@@ -183,7 +185,7 @@ QVNPERF_API void qvnperf_get_counters(QvnPerfCounters* out);
 
 /* ---- Control ------------------------------------------------------------- */
 
-/* Monotonic clock of the event log, in microseconds. */
+/* The platform clock of the event log, in microseconds. */
 QVNPERF_API int64_t qvnperf_now_us(void);
 /* Drops every lock without events and clears the log and counters. Handles
  * keep counting up: a handle from before the reset is unknown afterwards. */

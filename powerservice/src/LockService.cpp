@@ -1,12 +1,12 @@
 #include "LockService.h"
 
 #include <algorithm>
-#include <chrono>
 #include <climits>
 #include <cstdio>
 #include <unordered_map>
 
 #include "ResourceCatalog.h"
+#include "qvncam/platform/Clock.h"
 #include "ServiceLog.h"
 
 namespace qvnperf {
@@ -62,9 +62,9 @@ int64_t LockService::Lock::deadlineUs() const {
     return durationMs == 0 ? kNoDeadline : issuedUs + int64_t{durationMs} * 1000;
 }
 
+// The controller's clock, so that a test or a simulation on virtual time moves both.
 int64_t LockService::nowUs() {
-    using namespace std::chrono;
-    return duration_cast<microseconds>(steady_clock::now().time_since_epoch()).count();
+    return qvncam::platform::clock_now_us();
 }
 
 // A resource named twice takes the later value and keeps its first place.

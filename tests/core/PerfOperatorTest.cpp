@@ -4,6 +4,8 @@
 
 #include <atomic>
 #include <cstdio>
+#include <cstdlib>
+#include <memory>
 #include <thread>
 #include <tuple>
 
@@ -13,6 +15,7 @@
 #include "PerfOperatorImp.h"
 #include "common/ReadText.h"
 #include "doubles/RecordingPowerClient.h"
+#include "qvncam/platform/VirtualClock.h"
 
 using namespace NSCam::NSCamFeature::NSCamPerfCtrl;
 
@@ -98,11 +101,13 @@ INSTANTIATE_TEST_SUITE_P(
     [](const testing::TestParamInfo<StateRow>& info) { return info.param.name; });
 
 TEST_F(OperatorTest, AliveFollowsTheClockAndExpiryReleasesNothing) {
+    qvncam::host::useVirtualClock(1000000);
     for (bool detach : {false, true}) {
-        const auto start = std::chrono::steady_clock::now();
         PerfOperatorImp op(kCmds, 100, "clock");
         EXPECT_EQ(detach && op.detach(), detach);  // detaches only in the second round
-        std::this_thread::sleep_until(start + std::chrono::milliseconds(200));
+        qvncam::host::advanceClockBy(99999);
+        EXPECT_TRUE(op.isAlive());  // 99.999 ms count as 99
+        qvncam::host::advanceClockBy(1);
         EXPECT_FALSE(op.isAlive());
         EXPECT_EQ(op.getTimeoutInMilli(), 100);
         op.exit();
@@ -122,12 +127,11 @@ TEST_F(OperatorTest, TracesListsAndDrawsCookiesOnlyFromLevelOne) {
     setTraceAndLogLevel(false, 1);
     PerfOperatorImp(kCmds, 0, "untraced");  // cookie 0
     setTraceAndLogLevel(true, 1);
-    PerfOperatorImp alpha(kCmds, 0, "alpha");   // cookie 1
-    PerfOperatorImp(kCmds, 0, nullptr);         // cookie 2
+    PerfOperatorImp alpha(kCmds, 0, "alpha");  // cookie 1
+    PerfOperatorImp(kCmds, 0, nullptr);        // cookie 2
+    qvncam::host::useVirtualClock(1000000);
     PerfOperatorImp timed(kCmds, 30, "timed");  // handle 5, cookie 3; its timer ends the slice
-    for (int i = 0; i < 1000 && coretest::countOf(readText(trace), "timed") < 2; ++i) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
+    qvncam::host::advanceClockBy(30000);        // returns once the timer is done
     EXPECT_FALSE(timed.isAlive());
     EXPECT_EQ(recpower::releases(), (std::vector<int>{1, 2, 4}));  // the timer releases nothing
     timed.exit();
@@ -143,6 +147,30 @@ TEST_F(OperatorTest, TracesListsAndDrawsCookiesOnlyFromLevelOne) {
     EXPECT_EQ(debug("mHandle="), 4) << err;
     EXPECT_EQ(debug("cookie=0 key=PERF_RES_CPUFREQ_PERF_MODE value=7\n"), 1) << err;
     EXPECT_EQ(debug("cookie=0 key=null value=9\n"), 1) << err;
+}
+
+// Timers wait on the clock in force: made in any order, they end in the order of their
+// deadlines, each when the clock reaches it and not before.
+TEST_F(OperatorTest, TraceTimersEndInDeadlineOrderOnTheVirtualClock) {
+    const std::string trace = testing::TempDir() + "qvncam_order_" + std::to_string(getpid());
+    std::remove(trace.c_str());
+    ASSERT_EQ(setenv("QVNCAM_TRACE_FILE", trace.c_str(), 1), 0);
+    setTraceAndLogLevel(true, 1);
+    qvncam::host::useVirtualClock(5000000);
+    std::vector<std::unique_ptr<PerfOperatorImp>> ops;
+    for (const char* name : {"c50", "a10", "b30", "d50"})
+        ops.push_back(std::make_unique<PerfOperatorImp>(kCmds, std::atoi(name + 1), name));
+    ops.clear();  // released: the slices end here, the timers stay
+    const std::string released = readText(trace);
+    EXPECT_EQ(qvncam::host::pendingClockWaits(), 4u);
+    qvncam::host::advanceClockBy(29999);
+    EXPECT_EQ(qvncam::host::pendingClockWaits(), 3u);
+    qvncam::host::advanceClockBy(40000);
+    EXPECT_EQ(qvncam::host::pendingClockWaits(), 0u);
+    const std::string e = "F|" + std::to_string(getpid()) + "|Cam3PerfCtrl:";
+    EXPECT_EQ(readText(trace).substr(released.size()),
+              e + "a10|1\n" + e + "b30|2\n" + e + "c50|0\n" + e + "d50|3\n");
+    std::remove(trace.c_str());
 }
 
 TEST_F(OperatorTest, HoldersReleaseInOrder) {

@@ -18,8 +18,10 @@
 #include "RecordingPowerClient.h"
 #include "common/AllowedCpuMask.h"
 #include "PerfCtrlProperties.h"
+#include "qvncam/platform/Clock.h"
 #include "qvncam/platform/HostControl.h"
 #include "qvncam/platform/JsonText.h"
+#include "qvncam/platform/VirtualClock.h"
 
 namespace {
 
@@ -58,6 +60,8 @@ TEST_P(LibraryFault, SessionGetsItsObjectsAndLocksEndOnce) {
         recpower::api()->setMode(c.mode, true);
     customdbl::scriptTypicalAnswers(allowedMask());
     Cam3PerfCtrl* ctrl = Cam3PerfCtrl::getInstance();
+    // Time stands still, so a 200 ms lock cannot run out before the checks, however slow.
+    qvncam::host::useVirtualClock(qvncam::platform::clock_now_us());
     {
         auto enter = ctrl->enterPerfCtrl_EnterCamera(200);
         auto config = ctrl->enterPerfCtrl_ConfigureStream(qcam::StreamConfiguration());

@@ -14,7 +14,7 @@ void follow(StepSeries& series, const Timeline& timeline) {
     series.points.emplace_back(0, std::nullopt);
     for (const auto& e : timeline.entries) {
         std::optional<int> value;
-        for (const auto& v : e.effective) {
+        for (const auto& v : *e.effective) {
             if (v.name == series.resource)
                 value = v.value;
         }

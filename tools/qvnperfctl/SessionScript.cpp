@@ -12,7 +12,7 @@ namespace {
 
 constexpr int64_t kMaxWaitMs = 60000;
 constexpr int64_t kMaxTimeoutMs = 600000;
-constexpr int64_t kMaxRequests = 10000;
+constexpr int64_t kMaxRequests = 1000000;  // a step of an hour's frames at 240 fps
 
 constexpr uint32_t kTagCaptureIntent = 0x1000d;  // android.control.captureIntent
 
@@ -358,7 +358,16 @@ class ScriptParser {
         f.integerInto(s.count, "count", 1, kMaxRequests, true);
         f.integerInto(s.intervalMs, "interval_ms", 1, kMaxWaitMs);
         f.integerInto(s.completeAfter, "complete_after", 0, kMaxRequests);
-        f.integerInto(s.first, "first", 0, INT32_MAX - kMaxRequests);
+        const auto first = f.integer("first", 0, INT32_MAX);
+        // Numbers run on from the step before; the last one must still be an int.
+        const int64_t from = first.value_or(mNextRequest);
+        if (from + s.count - 1 > INT32_MAX) {
+            f.errorHere("request numbers would pass " + std::to_string(INT32_MAX) + " (from " +
+                        std::to_string(from) + ", " + std::to_string(s.count) + " requests)");
+        } else {
+            s.first = static_cast<int>(from);
+        }
+        mNextRequest = from + s.count;
         if (const auto* meta = f.take("metadata")) {
             if (meta->isArray() && !meta->empty()) {
                 for (const auto& m : *meta)
@@ -495,6 +504,7 @@ class ScriptParser {
     std::vector<ScriptError> mErrors;
     bool mOpen = false;
     bool mConfigured = false;
+    int64_t mNextRequest = 0;
 };
 
 }  // namespace

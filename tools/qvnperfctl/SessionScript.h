@@ -51,8 +51,9 @@ struct ConfigureStep {
 struct RequestsStep {
     int count = 1;
     int intervalMs = 33;
-    int completeAfter = 3;                    // frames between a request and its completion
-    std::optional<int> first;                 // request number of the first; else continues
+    int completeAfter = 3;  // frames between a request and its completion
+    int first = 0;  // number of the first; where the script has none, the one after the last
+                    // of the step before
     std::vector<NSCam::IMetadata> metadata;   // request i gets metadata[i % size]
     std::vector<std::string> metadataLabels;  // short description of each, for the timeline
 };

@@ -6,6 +6,7 @@
 #include <dlfcn.h>
 #include <link.h>
 
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -34,12 +35,15 @@ namespace PerfCtrlProperties = NSCam::NSCamFeature::NSCamPerfCtrl::PerfCtrlPrope
 const char* kUsage =
     "usage: qvnperfctl simulate SESSION.json [--custom LIB.so] [--config CONFIG.json]\n"
     "                           [--prop NAME=VALUE]... [--trace OUT.json] [--svg OUT.svg]\n"
+    "                           [--real-time]\n"
     "\n"
     "Plays a camera session script through the controller library as built, against\n"
-    "the host power service, in real time, and prints a timeline: each step, every\n"
-    "lock granted, re-issued, released or expired with its resources, the effective\n"
-    "values each step changed, and at the end the service's counters and any leaked\n"
-    "lock.\n"
+    "the host power service, and prints a timeline: each step, every lock granted,\n"
+    "re-issued, released or expired with its resources, the effective values each step\n"
+    "changed, and at the end the service's counters, any leaked lock and any refused\n"
+    "request. The session plays on a virtual clock: each step and each expiry happens at\n"
+    "its exact time, the run takes as long as the work, and the same input gives the\n"
+    "same output.\n"
     "\n"
     "  --custom LIB.so       customisation library, loaded as libcameracustom.so\n"
     "  --config CONFIG.json  JSON configuration (sets vendor.cam3perfctrl.enablejson=1\n"
@@ -48,6 +52,7 @@ const char* kUsage =
     "                        over the script's \"properties\"\n"
     "  --trace OUT.json      Chrome trace-event file (Perfetto UI, chrome://tracing)\n"
     "  --svg OUT.svg         the timeline as one SVG picture\n"
+    "  --real-time           let the session's time pass for real instead\n"
     "\n"
     "A session script is a JSON object: \"description\", \"properties\" (set before\n"
     "the library loads) and \"steps\", each an object with an \"op\":\n"
@@ -56,14 +61,15 @@ const char* kUsage =
     "  requests   count, interval_ms, complete_after, first, metadata\n"
     "  boost      level (0-3 or \"default\"), timeout_ms, release_after_ms\n"
     "  affinity   thread\n"
-    "  eas        tid (\"self\" or a number), flags, release_after_ms\n"
+    "  eas        tid (a number or \"self\", which is task 1000 on the virtual clock),\n"
+    "             flags, release_after_ms\n"
     "  prop       name, value\n"
     "  wait       ms\n"
     "  close\n"
     "See examples/sessions/ and tools/README.md.\n"
     "\n"
-    "Exit status: 0 clean run, 1 a lock leaked or was released badly, 2 usage, script\n"
-    "or I/O error.\n";
+    "Exit status: 0 clean run, 1 a lock leaked, was released badly or was refused by the\n"
+    "service, 2 usage, script or I/O error.\n";
 
 struct Options {
     std::string session;
@@ -72,12 +78,15 @@ struct Options {
     std::vector<std::pair<std::string, std::string>> props;
     std::string trace;
     std::string svg;
+    bool realTime = false;
 };
 
 // Parses the command line; an empty optional result means it was fine.
 std::optional<std::string> parseOptions(const CommandLine& line, Options& out) {
     for (const auto& [name, value] : line.options) {
-        if (name == "custom") {
+        if (name == "real-time") {
+            out.realTime = true;
+        } else if (name == "custom") {
             out.custom = value;
         } else if (name == "config") {
             out.config = value;
@@ -147,6 +156,9 @@ std::string customLibraryInUse() {
 
 // The simulation proper, in the process that relaunch() prepared.
 int play(const Options& options, const Session& session) {
+    // A reader that goes away (simulate ... | head) only cuts the timeline short: the
+    // pictures are still written and the exit status still tells what the session did.
+    std::signal(SIGPIPE, SIG_IGN);
     const char* propertiesPath = std::getenv("QVNCAM_PROPERTIES");
     PropertyFile properties(propertiesPath ? propertiesPath : "");
     properties.load();
@@ -165,7 +177,7 @@ int play(const Options& options, const Session& session) {
     }
     if (properties.entries().empty())
         setup.emplace_back(label, "none");
-    Timeline timeline = simulate(session, *ctrl, properties);
+    Timeline timeline = simulate(session, *ctrl, properties, {options.realTime});
     timeline.setup = std::move(setup);
     printTimeline(timeline, stdout);
     std::fflush(stdout);
@@ -192,7 +204,7 @@ int play(const Options& options, const Session& session) {
 int runSimulate(const std::vector<std::string>& args) {
     CommandLine line;
     auto problem = parseCommandLine(
-        args, {{"custom", true}, {"config", true}, {"prop", true}, {"trace", true}, {"svg", true}},
+        args, {{"custom", true}, {"config", true}, {"prop", true}, {"trace", true}, {"svg", true}, {"real-time", false}},
         line);
     if (line.help) {
         std::fputs(kUsage, stdout);

@@ -12,6 +12,8 @@
 #include <thread>
 
 #include "ServiceProbe.h"
+#include "qvncam/platform/Clock.h"
+#include "qvncam/platform/VirtualClock.h"
 
 namespace qvnperfctl {
 namespace {
@@ -73,10 +75,33 @@ std::string describeStreams(const ConfigureStep& s) {
     return text;
 }
 
+// Switches the process to the virtual clock for the life of a simulation.
+class VirtualTime {
+  public:
+    explicit VirtualTime(bool on) : mOn(on) {
+        if (mOn)
+            qvncam::host::useVirtualClock(qvncam::platform::clock_now_us());
+    }
+    ~VirtualTime() {
+        if (mOn)
+            qvncam::host::useSystemClock();
+    }
+    VirtualTime(const VirtualTime&) = delete;
+    VirtualTime& operator=(const VirtualTime&) = delete;
+
+  private:
+    bool mOn;
+};
+
 class Simulator {
   public:
-    Simulator(const Session& session, Cam3PerfCtrl& ctrl, PropertyFile& properties)
-        : mSession(session), mCtrl(ctrl), mProperties(properties) {}
+    Simulator(const Session& session, Cam3PerfCtrl& ctrl, PropertyFile& properties,
+              const SimulateOptions& options)
+        : mSession(session),
+          mCtrl(ctrl),
+          mProperties(properties),
+          mRealTime(options.realTime),
+          mVirtualTime(!options.realTime) {}
 
     Timeline run() {
         mTimeline.sessionPath = mSession.path;
@@ -121,7 +146,13 @@ class Simulator {
             if (event.kind == LockEventKind::Granted)
                 mTimeline.lockOrigin[event.handle] = e.step;
         }
-        e.effective = mProbe.effective();
+        auto effective = mProbe.effective();
+        const auto& entries = mTimeline.entries;
+        if (!entries.empty() && *entries.back().effective == effective) {
+            e.effective = entries.back().effective;
+        } else {
+            e.effective = std::make_shared<const std::vector<ResourceValue>>(std::move(effective));
+        }
         mTimeline.entries.push_back(std::move(e));
     }
 
@@ -142,8 +173,8 @@ class Simulator {
         mAgenda.emplace(dueUs, Action{std::move(label), mLine, perRequest, std::move(run)});
     }
 
-    // Lets real time pass until `targetUs`, running due actions and noting expiries as
-    // they happen.
+    // Lets time pass until `targetUs`, running due actions and noting expiries as they
+    // happen.
     void advanceTo(int64_t targetUs) {
         for (;;) {
             int64_t now = mProbe.nowUs();
@@ -162,11 +193,16 @@ class Simulator {
             if (!mAgenda.empty())
                 next = std::min(next, mAgenda.begin()->first);
             if (auto expiry = mProbe.nextExpiryUs()) {
-                // The service ends a lock at the first call after its time; look just after.
-                int64_t look = *expiry + 200;
+                // The service ends a lock at the first call at or after its time. On the
+                // virtual clock that is the time itself; in real time, look just after.
+                int64_t look = mRealTime ? *expiry + 200 : *expiry;
                 next = std::min(next, look > now ? look : now + 1000);
             }
-            std::this_thread::sleep_for(std::chrono::microseconds(next - now));
+            if (mRealTime) {
+                std::this_thread::sleep_for(std::chrono::microseconds(next - now));
+            } else {
+                qvncam::host::advanceClockBy(next - now);
+            }
         }
     }
 
@@ -195,7 +231,7 @@ class Simulator {
 
     void play(const RequestsStep& s) {
         static const NSCam::IMetadata kNoMetadata;
-        const int first = s.first.value_or(mNextRequest);
+        const int first = s.first;
         const int64_t intervalUs = int64_t{s.intervalMs} * 1000;
         const int64_t startUs = mProbe.nowUs();
         for (int i = 0; i < s.count; ++i) {
@@ -224,7 +260,6 @@ class Simulator {
                 },
                 true);
         }
-        mNextRequest = first + s.count;
         // The step ends when its last request has completed.
         advanceTo(startUs + (s.count - 1 + s.completeAfter) * intervalUs);
     }
@@ -275,9 +310,10 @@ class Simulator {
     }
 
     void play(const EasStep& s) {
-        const int tid = s.tid.value_or(static_cast<int>(::gettid()));
-        entry("EAS control for task " + std::to_string(tid) + ", flags " +
-                  hex(static_cast<unsigned>(s.flags)),
+        const int self = mRealTime ? static_cast<int>(::gettid()) : kSimulatedPipelineTid;
+        const int tid = s.tid.value_or(self);
+        entry("EAS control for task " + std::to_string(tid) + (s.tid ? "" : " (self)") +
+                  ", flags " + hex(static_cast<unsigned>(s.flags)),
               [&](Notes& notes) {
                   auto op =
                       mCtrl.enablePerTaskEASControl(tid, static_cast<unsigned short>(s.flags));
@@ -351,6 +387,8 @@ class Simulator {
     const Session& mSession;
     Cam3PerfCtrl& mCtrl;
     PropertyFile& mProperties;
+    bool mRealTime;
+    VirtualTime mVirtualTime;  // before the probe, whose times count from its start
     ServiceProbe mProbe;
     Timeline mTimeline;
     int mLine = 0;
@@ -361,13 +399,13 @@ class Simulator {
     PerfCtrlSet mSet;
     std::map<int, std::unique_ptr<PerfOperator>> mHeld;
     int mHeldSeq = 0;
-    int mNextRequest = 0;
 };
 
 }  // namespace
 
-Timeline simulate(const Session& session, Cam3PerfCtrl& ctrl, PropertyFile& properties) {
-    return Simulator(session, ctrl, properties).run();
+Timeline simulate(const Session& session, Cam3PerfCtrl& ctrl, PropertyFile& properties,
+                  const SimulateOptions& options) {
+    return Simulator(session, ctrl, properties, options).run();
 }
 
 }  // namespace qvnperfctl

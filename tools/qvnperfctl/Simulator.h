@@ -11,9 +11,20 @@
 
 namespace qvnperfctl {
 
+struct SimulateOptions {
+    // Lets the session's time pass for real instead of on the virtual clock.
+    bool realTime = false;
+};
+
+// The task id that eas steps with tid "self" use on the virtual clock, where the output
+// must not depend on the simulator's own thread.
+constexpr int kSimulatedPipelineTid = 1000;
+
 // Runs every step; `properties` is the file the controller reads (prop steps rewrite
-// it). Whatever the session still holds at its end is reported, then released.
+// it). Whatever the session still holds at its end is reported, then released. On the
+// virtual clock the whole process runs on it during the call (the controller and the host
+// power service alike), so the same session gives the same timeline every time.
 Timeline simulate(const Session& session, NSCam::NSCamFeature::NSCamPerfCtrl::Cam3PerfCtrl& ctrl,
-                  PropertyFile& properties);
+                  PropertyFile& properties, const SimulateOptions& options = {});
 
 }  // namespace qvnperfctl

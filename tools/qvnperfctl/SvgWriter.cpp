@@ -1,10 +1,12 @@
 #include "SvgWriter.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cmath>
 #include <cstdio>
 #include <fstream>
 #include <sstream>
+#include <vector>
 
 namespace qvnperfctl {
 namespace {
@@ -15,7 +17,8 @@ constexpr double kRight = 30;
 constexpr double kPlotWidth = kWidth - kLeft - kRight;
 constexpr double kLaneHeight = 14;
 constexpr double kLaneGap = 4;
-constexpr int kStepRows = 4;
+constexpr int kMaxStepRows = 12;
+constexpr double kStepCharWidth = 5.2;  // average advance of a 9-pixel sans-serif character
 constexpr double kStepRowHeight = 13;
 constexpr double kCpuChartHeight = 200;
 constexpr double kDramChartHeight = 90;
@@ -26,36 +29,76 @@ const char* const kSeriesColours[] = {"#4e79a7", "#e15759", "#59a14f"};
 const char* const kSeriesDashes[] = {"", "8,4", "2,3"};
 constexpr const char* kDramColour = "#b07aa1";
 
-std::string escape(const std::string& text) {
-    std::string out;
-    for (char c : text) {
-        switch (c) {
-            case '&':
-                out += "&amp;";
-                break;
-            case '<':
-                out += "&lt;";
-                break;
-            case '>':
-                out += "&gt;";
-                break;
-            case '"':
-                out += "&quot;";
-                break;
-            case '\'':
-                out += "&apos;";
-                break;
-            default:
-                // Control characters are not allowed in XML 1.0 text.
-                if (static_cast<unsigned char>(c) >= 0x20 || c == '\n' || c == '\t')
-                    out += c;
+// One character of UTF-8 text starting at `i`: its length in bytes, or 0 when the bytes
+// there are not UTF-8 (overlong forms and surrogates included).
+size_t utf8Length(const std::string& text, size_t i, uint32_t& codePoint) {
+    const auto byte = [&](size_t k) { return static_cast<unsigned char>(text[k]); };
+    const unsigned char lead = byte(i);
+    size_t length = lead < 0x80                    ? 1
+                    : lead >= 0xc2 && lead <= 0xdf ? 2
+                    : lead >= 0xe0 && lead <= 0xef ? 3
+                    : lead >= 0xf0 && lead <= 0xf4 ? 4
+                                                   : 0;
+    if (length == 0 || i + length > text.size())
+        return 0;
+    codePoint = length == 1 ? lead : lead & (0x7f >> length);
+    for (size_t k = 1; k < length; ++k) {
+        if ((byte(i + k) & 0xc0) != 0x80)
+            return 0;
+        codePoint = (codePoint << 6) | (byte(i + k) & 0x3f);
+    }
+    static const uint32_t kSmallest[] = {0, 0, 0x80, 0x800, 0x10000};
+    if (codePoint < kSmallest[length] || codePoint > 0x10ffff ||
+        (codePoint >= 0xd800 && codePoint <= 0xdfff))
+        return 0;
+    return length;
+}
+
+// Characters XML 1.0 allows in text.
+bool xmlChar(uint32_t c) {
+    return c == '\t' || c == '\n' || c == '\r' || (c >= 0x20 && c <= 0xd7ff) ||
+           (c >= 0xe000 && c <= 0xfffd) || c >= 0x10000;
+}
+
+// `text` as XML character data: bytes that are not UTF-8 become U+FFFD, characters XML
+// does not allow are dropped, and at most `maxChars` characters are kept ("..." marks a
+// cut, which falls between characters).
+std::string xmlText(const std::string& text, size_t maxChars = SIZE_MAX) {
+    std::vector<std::string> chars;
+    for (size_t i = 0; i < text.size();) {
+        uint32_t c = 0;
+        const size_t length = utf8Length(text, i, c);
+        if (length == 0) {
+            chars.push_back("\xef\xbf\xbd");
+            ++i;
+            continue;
         }
+        if (xmlChar(c))
+            chars.push_back(text.substr(i, length));
+        i += length;
+    }
+    if (chars.size() > maxChars) {
+        chars.resize(maxChars - 3);
+        chars.insert(chars.end(), 3, ".");
+    }
+    std::string out;
+    for (const std::string& c : chars) {
+        out += c == "&"    ? "&amp;"
+               : c == "<"  ? "&lt;"
+               : c == ">"  ? "&gt;"
+               : c == "\"" ? "&quot;"
+               : c == "'"  ? "&apos;"
+                           : c;
     }
     return out;
 }
 
-std::string shorten(const std::string& text) {
-    return text.size() <= kLabelChars ? text : text.substr(0, kLabelChars - 3) + "...";
+std::string escape(const std::string& text) {
+    return xmlText(text);
+}
+
+std::string shortened(const std::string& text) {
+    return xmlText(text, kLabelChars);
 }
 
 std::string num(double v) {
@@ -105,7 +148,8 @@ class SvgCanvas {
     std::string draw() {
         double y = 44;
         double stepsTop = y;
-        y += kStepRows * kStepRowHeight + 6;
+        layOutSteps();
+        y += mStepRowCount * kStepRowHeight + 6;
         y = drawLanes(y);
         double lanesBottom = y;
         drawTimeAxis(lanesBottom);
@@ -149,23 +193,49 @@ class SvgCanvas {
                            static_cast<double>(mEndUs);
     }
 
+    bool anchoredAtEnd(double sx) const { return sx > kLeft + kPlotWidth - 160; }
+
+    // Each step label goes on the first row where it clears the label before it, so that
+    // steps at the same moment (all of them at 0 ms, say) stack instead of overprinting.
+    void layOutSteps() {
+        std::vector<double> rowEnds;
+        for (const auto& step : mPicture.steps) {
+            size_t chars = 0;
+            for (char c : step.label)
+                chars += (static_cast<unsigned char>(c) & 0xc0) != 0x80;
+            const double width = std::min(chars, kLabelChars) * kStepCharWidth;
+            const double sx = x(step.timeUs);
+            const double from = anchoredAtEnd(sx) ? sx - 2 - width : sx + 2;
+            size_t row = 0;
+            while (row < rowEnds.size() && rowEnds[row] + 6 > from)
+                ++row;
+            if (row == rowEnds.size() && rowEnds.size() == kMaxStepRows) {
+                row = std::min_element(rowEnds.begin(), rowEnds.end()) - rowEnds.begin();
+            } else if (row == rowEnds.size()) {
+                rowEnds.push_back(0);
+            }
+            rowEnds[row] = from + width;
+            mStepRow.push_back(static_cast<int>(row));
+        }
+        mStepRowCount = std::max<int>(1, static_cast<int>(rowEnds.size()));
+    }
+
     // Steps along the top, each with a guide line down through the lanes and charts.
     void drawSteps(double top, double guideBottom) {
         mBody << "<text x=\"8\" y=\"" << num(top + 10) << "\" font-weight=\"bold\">steps</text>\n";
-        int row = 0;
-        for (const auto& step : mPicture.steps) {
+        for (size_t i = 0; i < mPicture.steps.size(); ++i) {
+            const auto& step = mPicture.steps[i];
             double sx = x(step.timeUs);
-            double ty = top + 10 + row * kStepRowHeight;
+            double ty = top + 10 + mStepRow[i] * kStepRowHeight;
             mBody << "<g><title>" << escape(num(step.timeUs / 1000.0) + " ms  " + step.label)
                   << "</title>"
                   << "<line x1=\"" << num(sx) << "\" y1=\"" << num(ty - 9) << "\" x2=\"" << num(sx)
                   << "\" y2=\"" << num(guideBottom)
                   << "\" stroke=\"#bbbbbb\" stroke-dasharray=\"2,3\"/>"
                   << "<text y=\"" << num(ty) << "\" font-size=\"9\" "
-                  << (sx > kLeft + kPlotWidth - 160 ? "text-anchor=\"end\" x=\"" + num(sx - 2)
-                                                    : "x=\"" + num(sx + 2))
-                  << "\">" << escape(shorten(step.label)) << "</text></g>\n";
-            row = (row + 1) % kStepRows;
+                  << (anchoredAtEnd(sx) ? "text-anchor=\"end\" x=\"" + num(sx - 2)
+                                        : "x=\"" + num(sx + 2))
+                  << "\">" << shortened(step.label) << "</text></g>\n";
         }
     }
 
@@ -188,7 +258,7 @@ class SvgCanvas {
             double width = std::max(x(bar.endUs) - x0, 1.5);
             mBody << "<g><title>" << escape(tip) << "</title>"
                   << "<text x=\"" << num(kLeft - 8) << "\" y=\"" << num(y + 11)
-                  << "\" text-anchor=\"end\">" << escape(shorten(label)) << "</text>"
+                  << "\" text-anchor=\"end\">" << shortened(label) << "</text>"
                   << "<rect x=\"" << num(x0) << "\" y=\"" << num(y) << "\" width=\"" << num(width)
                   << "\" height=\"" << kLaneHeight << "\" fill=\"" << laneColour(bar.origin)
                   << "\" fill-opacity=\"0.85\"/>";
@@ -286,6 +356,8 @@ class SvgCanvas {
     const Picture& mPicture;
     std::string mTitle;
     int64_t mEndUs;
+    std::vector<int> mStepRow;  // by step
+    int mStepRowCount = 1;
     std::ostringstream mBody;
 };
 

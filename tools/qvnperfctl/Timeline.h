@@ -8,6 +8,7 @@
 
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -18,6 +19,8 @@ struct ResourceValue {
     int id = 0;
     int value = 0;
     std::string name;  // vocabulary name, or "0x%08x" for an unknown id
+
+    bool operator==(const ResourceValue& o) const { return id == o.id && value == o.value; }
 };
 
 enum class LockEventKind { Granted, Reissued, Released, Expired, Refused, BadRelease };
@@ -40,7 +43,9 @@ struct Entry {
     bool perRequest = false;         // a request or its completion, not a step of its own
     std::vector<std::string> notes;  // what the controller answered
     std::vector<LockEvent> events;
-    std::vector<ResourceValue> effective;  // after this entry, by ascending id
+    // After this entry, by ascending id; never null. Shared with the entry before when it
+    // did not change, which keeps sessions of many thousand requests small.
+    std::shared_ptr<const std::vector<ResourceValue>> effective;
 };
 
 struct LockSummary {
@@ -63,7 +68,10 @@ struct Timeline {
     std::vector<LockSummary> leaks;       // live without expiry at the end
     std::vector<LockSummary> stillTimed;  // live with time left at the end
 
-    bool clean() const { return leaks.empty() && counters.bad_releases == 0; }
+    // A refused lock is a problem too: the device would run without what was asked.
+    bool clean() const {
+        return leaks.empty() && counters.bad_releases == 0 && counters.refused == 0;
+    }
 };
 
 }  // namespace qvnperfctl

@@ -10,6 +10,7 @@ namespace {
 // Runs of at least this many entries without any lock event print as one line.
 constexpr size_t kQuietRun = 3;
 constexpr const char* kIndent = "             ";  // under the step column
+constexpr size_t kRefusalsShown = 10;
 
 std::string duration(int ms) {
     return ms == 0 ? "no expiry" : std::to_string(ms) + " ms";
@@ -71,7 +72,7 @@ class Printer {
             std::fprintf(mOut, "%s%s\n", kIndent, note.c_str());
         for (const auto& event : e.events)
             printEvent(event);
-        printEffectiveChanges(e.effective);
+        printEffectiveChanges(*e.effective);
     }
 
     std::string lockName(int handle) {
@@ -188,6 +189,32 @@ class Printer {
             static_cast<unsigned long long>(c.live));
         printLocks("timed locks still running", mTimeline.stillTimed);
         printLocks("leaked locks", mTimeline.leaks);
+        printRefusals();
+    }
+
+    // Each refused request with the step that made it; a long run of them is cut short.
+    void printRefusals() {
+        const auto refused = mTimeline.counters.refused;
+        std::fprintf(mOut, "refused requests: ");
+        if (refused == 0) {
+            std::fprintf(mOut, "none\n");
+            return;
+        }
+        std::fprintf(mOut, "%llu\n", static_cast<unsigned long long>(refused));
+        size_t shown = 0;
+        for (const auto& e : mTimeline.entries) {
+            for (const auto& event : e.events) {
+                if (event.kind != LockEventKind::Refused || ++shown > kRefusalsShown)
+                    continue;
+                std::fprintf(mOut, "  at %.1f ms, %s", static_cast<double>(event.timeUs) / 1000.0,
+                             e.step.c_str());
+                if (e.scriptLine > 0)
+                    std::fprintf(mOut, "  [line %d]", e.scriptLine);
+                std::fprintf(mOut, ": %s\n", event.reason.c_str());
+            }
+        }
+        if (shown > kRefusalsShown)
+            std::fprintf(mOut, "  ... and %zu more\n", shown - kRefusalsShown);
     }
 
     const Timeline& mTimeline;

@@ -17,7 +17,7 @@ const char* kUsage =
     "\n"
     "Commands:\n"
     "  simulate SESSION.json [--custom LIB.so] [--config CONFIG.json]\n"
-    "           [--prop NAME=VALUE]... [--trace OUT.json] [--svg OUT.svg]\n"
+    "           [--prop NAME=VALUE]... [--trace OUT.json] [--svg OUT.svg] [--real-time]\n"
     "      play a camera session through the controller against the host power\n"
     "      service and print every lock it takes\n"
     "  check-config [--show] CONFIG.json...\n"

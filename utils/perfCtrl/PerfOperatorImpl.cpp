@@ -2,11 +2,13 @@
 
 #include <chrono>
 #include <thread>
+#include <utility>
 
 #include "CamLog.h"
 #include "PerfCtrlHelper.h"
 #include "PerfCtrlProperties.h"
 #include "PerfOperatorImp.h"
+#include "qvncam/platform/Clock.h"
 #include "qvncam/platform/Properties.h"
 #include "qvncam/platform/Trace.h"
 
@@ -31,6 +33,26 @@ PerfOperatorImp::LockRelFn lockRel() {
     return PerfOperatorImp::mfnLockRel.load(std::memory_order_relaxed);
 }
 
+// The timer's body; `wait` was made when the timer started.
+void traceTimeout(int cookie, int timeout, const std::string& user,
+                  qvncam::platform::ClockWait wait) {
+    CAM_LOGD("traceTimeoutCb(%d) wait %d ms, userStr=%s", cookie, timeout, user.c_str());
+    wait.wait();
+    CAM_LOGD("traceTimeoutCb(%d) time's up", cookie);
+    if (qvncam::platform::atrace_camera_enabled()) {
+        qvncam::platform::atrace_async_end(user.c_str(), cookie);
+    }
+}
+
+// Starts the detached timer thread. The wait is made here rather than in the thread, so
+// that its time counts from the lock's start whenever the thread gets to run. (A lambda
+// local to this file keeps the thread's state type out of the library's exports.)
+void startTraceTimer(int cookie, int timeout, const std::string& user) {
+    std::thread([cookie, timeout, user, wait = qvncam::platform::ClockWait(timeout)]() mutable {
+        traceTimeout(cookie, timeout, user, std::move(wait));
+    }).detach();
+}
+
 }  // namespace
 
 PerfOperatorImp::PerfOperatorImp(std::vector<int> cmds, int timeout, const char* user) {
@@ -44,7 +66,7 @@ PerfOperatorImp::PerfOperatorImp(std::vector<int> cmds, int timeout, const char*
             mfnLockRel.store(rel, std::memory_order_relaxed);
         }
     }
-    mStartTime = std::chrono::time_point_cast<Micros>(std::chrono::system_clock::now());
+    mStartTime = TimePoint(Micros(qvncam::platform::clock_now_us()));
     mTimeout = timeout;
     if (!loaded) {
         CAM_LOGE("Load PowerHal API Failed!");
@@ -66,7 +88,7 @@ PerfOperatorImp::PerfOperatorImp(std::vector<int> cmds, int timeout, const char*
             qvncam::platform::atrace_async_begin(mUserName.c_str(), mCookie);
         }
         if (mTimeout != 0) {
-            std::thread(traceTimeoutCb, mCookie, mTimeout, mUserName).detach();
+            startTraceTimer(mCookie, mTimeout, mUserName);
         }
         CAM_LOGD("mHandle=%d", mHandle);
         printCmds(cmds);
@@ -78,14 +100,7 @@ PerfOperatorImp::~PerfOperatorImp() {
 }
 
 void PerfOperatorImp::traceTimeoutCb(int cookie, int timeout, std::string user) {
-    CAM_LOGD("traceTimeoutCb(%d) wait %d ms, userStr=%s", cookie, timeout, user.c_str());
-    if (timeout > 0) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(timeout));
-    }
-    CAM_LOGD("traceTimeoutCb(%d) time's up", cookie);
-    if (qvncam::platform::atrace_camera_enabled()) {
-        qvncam::platform::atrace_async_end(user.c_str(), cookie);
-    }
+    traceTimeout(cookie, timeout, user, qvncam::platform::ClockWait(timeout));
 }
 
 bool PerfOperatorImp::exit() {
@@ -114,8 +129,8 @@ bool PerfOperatorImp::isAlive() {
     if (mTimeout == 0) {
         return true;
     }
-    const auto now = std::chrono::time_point_cast<Micros>(std::chrono::system_clock::now());
-    const long long elapsedMs = (now - mStartTime).count() / 1000;
+    const long long elapsedMs =
+        (qvncam::platform::clock_now_us() - mStartTime.time_since_epoch().count()) / 1000;
     return mTimeout > elapsedMs;
 }
 
