@@ -33,7 +33,7 @@ fi
 ns='NSCam::NSCamFeature::NSCamPerfCtrl::'
 classes='Cam3PerfCtrl|PerfOperator|PerfOperatorImp|PerfOperatorHolder|PerfOperatorHolderImp|InflightOperatorHolder|InflightOperatorHolderImp'
 tables='PowerEnumToStringMap|StringToPowerEnumMap|AvailablePowerHalCmds|BoostComdTable'
-public="^${ns}(${classes})(::|$)|^${ns}PerfCtrlHelper::(${tables})$|^qvncam_perfctrl_(set|query)_affinity$"
+public="^${ns}(${classes})(::|$)|^${ns}PerfCtrlHelper::(${tables})$|^qvncam_perfctrl_((set|query)_affinity|dump)$"
 runtime='^([^(]* )?(std|__gnu_cxx)::|^(_init|_fini|_edata|_end|__bss_start)$'
 if unexpected=$(grep -Ev "$public|$runtime" <<<"$entities"); then
     problem "symbols outside the public surface exported:"
@@ -48,6 +48,7 @@ required=(
     "${ns}PerfCtrlHelper::BoostComdTable"
     qvncam_perfctrl_set_affinity
     qvncam_perfctrl_query_affinity
+    qvncam_perfctrl_dump
 )
 for c in ${classes//|/ }; do
     required+=("vtable for ${ns}${c}" "typeinfo for ${ns}${c}")

@@ -18,6 +18,7 @@ std::shared_ptr<PerfOperatorHolder> Cam3PerfCtrlImp::enterPerfCtrl_EnterCamera(i
     miLogLevel.store(
         property_get_int32("vendor.cam3perfctrl.log", PerfCtrlHelper::DEFAULT_LOG_LEVEL),
         std::memory_order_relaxed);
+    std::unique_lock<std::mutex> jsonLock(mJsonLock);
     mbEnableJson = property_get_int32("vendor.cam3perfctrl.enablejson", 0) != 0;
     if (mbEnableJson) {
         QvncamJSONData document;
@@ -30,6 +31,7 @@ std::shared_ptr<PerfOperatorHolder> Cam3PerfCtrlImp::enterPerfCtrl_EnterCamera(i
             mbEnableJson = false;
         }
     }
+    jsonLock.unlock();
 
     std::vector<int> cmds;
     if (property_get_bool("vendor.cam3dev.dramcmd.enable", true)) {

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -14,6 +15,8 @@
 namespace NSCam {
 namespace NSCamFeature {
 namespace NSCamPerfCtrl {
+
+struct ControllerDumpState;
 
 class Cam3PerfCtrlImp : public Cam3PerfCtrl {
   public:
@@ -38,6 +41,8 @@ class Cam3PerfCtrlImp : public Cam3PerfCtrl {
     bool checkCPUMask(int mask);
     // Appends the multi-camera zoom boost list built from the zoom properties.
     void getMultiCamZoomBoostTable(std::vector<int>& out);
+    // What qvncam_perfctrl_dump() shows of the controller.
+    void copyDumpState(ControllerDumpState& out);
 
   private:
     friend class Cam3PerfCtrlImpTestPeer;
@@ -58,6 +63,8 @@ class Cam3PerfCtrlImp : public Cam3PerfCtrl {
     // Rewritten by enter-camera while boosts read it on other threads.
     std::atomic<int32_t> miLogLevel{-1};
     std::unique_ptr<QvncamJSONConvertor> mpJsonConvertor;
+    // Guards mbEnableJson and mJsonCmdSet against a dump reading them from another thread.
+    std::mutex mJsonLock;
     bool mbEnableJson = false;
     JsonCmdSet mJsonCmdSet;
     // Written at configure-stream time, read by thread placement on other threads.

@@ -4,6 +4,8 @@
 #include <thread>
 
 #include "CamLog.h"
+#include "LiveOperators.h"
+#include "OperatorClock.h"
 #include "PerfCtrlHelper.h"
 #include "PerfOperatorImp.h"
 #include "qvncam/platform/Properties.h"
@@ -20,8 +22,6 @@ std::atomic<int> PerfOperatorImp::miGID{0};
 PerfOperator::~PerfOperator() = default;
 
 namespace {
-
-using Micros = std::chrono::microseconds;
 
 PerfOperatorImp::LockAcqFn lockAcq() {
     return PerfOperatorImp::mfnLockAcq.load(std::memory_order_relaxed);
@@ -43,7 +43,7 @@ PerfOperatorImp::PerfOperatorImp(std::vector<int> cmds, int timeout, const char*
             mfnLockRel.store(rel, std::memory_order_relaxed);
         }
     }
-    mStartTime = std::chrono::time_point_cast<Micros>(std::chrono::system_clock::now());
+    mStartTime = operatorNow();
     mTimeout = timeout;
     if (!loaded) {
         CAM_LOGE("Load PowerHal API Failed!");
@@ -70,9 +70,13 @@ PerfOperatorImp::PerfOperatorImp(std::vector<int> cmds, int timeout, const char*
         CAM_LOGD("mHandle=%d", mHandle);
         printCmds(cmds);
     }
+    // Kept for the dump; the list was built for this operator, so this costs no copy.
+    mCmds = std::move(cmds);
+    LiveOperators::add(*this);
 }
 
 PerfOperatorImp::~PerfOperatorImp() {
+    LiveOperators::remove(*this);
     _exit();
 }
 
@@ -101,8 +105,10 @@ bool PerfOperatorImp::_exit() {
     if (LockRelFn rel = lockRel()) {
         rel(mHandle);
     }
+    LiveOperators::Guard guard(*this);
     mHandle = -1;
     mTimeout = -1;
+    mReleased = true;
     return true;
 }
 
@@ -113,13 +119,13 @@ bool PerfOperatorImp::isAlive() {
     if (mTimeout == 0) {
         return true;
     }
-    const auto now = std::chrono::time_point_cast<Micros>(std::chrono::system_clock::now());
-    const long long elapsedMs = (now - mStartTime).count() / 1000;
+    const long long elapsedMs = (operatorNow() - mStartTime).count() / 1000;
     return mTimeout > elapsedMs;
 }
 
 bool PerfOperatorImp::detach() {
     if (mHandle >= 1 && mTimeout != 0) {
+        LiveOperators::Guard guard(*this);
         mIsDetached = true;
         return true;
     }
@@ -140,7 +146,13 @@ bool PerfOperatorImp::perform_extra(std::vector<int> cmds) {
         CAM_LOGE("LockAcq is nullptr!");
         return false;
     }
-    mHandle = acq(mHandle, mTimeout, cmds.data(), static_cast<int>(cmds.size()));
+    const int handle = acq(mHandle, mTimeout, cmds.data(), static_cast<int>(cmds.size()));
+    {
+        LiveOperators::Guard guard(*this);
+        mHandle = handle;
+        mCmds.swap(cmds);  // the old list is freed after the guard
+        ++mReissues;
+    }
     if (mHandle != 0) {
         return true;
     }
