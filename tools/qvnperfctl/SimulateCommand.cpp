@@ -57,6 +57,7 @@ const char* kUsage =
     "  prop       name, value\n"
     "  wait       ms\n"
     "  close\n"
+    "  dump       (the controller's live operators beside the service's locks)\n"
     "See examples/sessions/ and tools/README.md.\n"
     "\n"
     "Exit status: 0 clean run, 1 a lock leaked or was released badly, 2 usage, script\n"

@@ -11,6 +11,7 @@
 #include <memory>
 #include <thread>
 
+#include "DumpStep.h"
 #include "ServiceProbe.h"
 
 namespace qvnperfctl {
@@ -311,6 +312,10 @@ class Simulator {
 
     void play(const CloseStep&) {
         entry("close camera", [&](Notes&) { releaseEverything(); });
+    }
+
+    void play(const DumpStep&) {
+        entry("dump", [&](Notes& notes) { notes = dumpStepNotes(mProbe.liveLocks()); });
     }
 
     // Keeps an operator; releases it after `releaseAfterMs`, or at close when negative.
