@@ -22,6 +22,7 @@ namespace NSCamPerfCtrl {
 namespace {
 
 constexpr size_t kPairsLineWidth = 100;
+constexpr size_t kPairsIndent = 11;  // continuation lines start under the first pair
 // How long a dump waits for a reader that does not keep up (a non-blocking fd).
 constexpr int kWriteWaitMs = 1000;
 
@@ -120,9 +121,9 @@ void appendPairs(std::string& out, const LiveOperatorInfo& op) {
         if (i + 1 < op.cmds.size()) {
             appendf(pair, "=%d", op.cmds[i + 1]);
         }
-        if (line.size() + 1 + pair.size() > kPairsLineWidth && line.size() > 8) {
+        if (line.size() + 1 + pair.size() > kPairsLineWidth && line.size() > kPairsIndent) {
             out += line + "\n";
-            line = "       ";
+            line.assign(kPairsIndent, ' ');
         }
         line += " " + pair;
     }
