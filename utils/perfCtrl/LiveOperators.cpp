@@ -1,8 +1,8 @@
 #include "LiveOperators.h"
 
+#include <pthread.h>
+
 #include <algorithm>
-#include <functional>
-#include <thread>
 
 #include "NeverDestroyed.h"
 
@@ -19,6 +19,8 @@ namespace {
 // that, but an operator often dies on another thread (a request's lock is dropped by the
 // thread that reports it done) and a dump would have to reach lists of threads that have
 // ended; fixed shards keep both simple. Destruction finds the shard in the operator.
+// The locks are mutexes, not spinning flags: a real-time camera thread spinning against a
+// preempted dump thread on the same core would never let it finish.
 constexpr unsigned kShardBits = 4;
 constexpr unsigned kShards = 1u << kShardBits;
 
@@ -34,8 +36,9 @@ struct ShardTable {
 NeverDestroyed<ShardTable> gTable;
 
 unsigned shardOfThisThread() {
-    const uint64_t id = std::hash<std::thread::id>()(std::this_thread::get_id());
+    // pthread_self() is a register read where std::hash of a thread id hashes its bytes.
     // Thread ids are addresses spaced by the stack size: mix before taking the top bits.
+    const auto id = static_cast<uint64_t>(pthread_self());
     return static_cast<unsigned>((id * 0x9E3779B97F4A7C15ull) >> (64 - kShardBits));
 }
 
