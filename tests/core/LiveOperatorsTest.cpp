@@ -145,8 +145,9 @@ TEST_F(LiveOperatorsTest, WriteErrorsEndTheDumpQuietly) {
     EXPECT_EQ(sigismember(&pending, SIGPIPE), 0);
 }
 
-// Threads create, re-issue, detach and drop operators while another dumps; every lock is
-// released once and nothing stays listed.
+// Threads create, re-issue, release and drop operators, and open the camera (which rewrites
+// the controller's state), while another dumps; every lock is released once and nothing
+// stays listed.
 TEST_F(LiveOperatorsTest, ConcurrentOperatorsAndDumps) {
     std::atomic<bool> done{false};
     std::thread dumper([&] {
@@ -155,7 +156,12 @@ TEST_F(LiveOperatorsTest, ConcurrentOperatorsAndDumps) {
         }
     });
     std::vector<std::thread> workers;
-    for (int t = 0; t < 4; ++t) {
+    workers.emplace_back([] {
+        for (int i = 0; i < 100; ++i) {
+            Cam3PerfCtrl::getInstance()->enterPerfCtrl_EnterCamera(10);
+        }
+    });
+    for (int t = 0; t < 3; ++t) {
         workers.emplace_back([t] {
             for (int i = 0; i < 500; ++i) {
                 auto op = std::make_shared<PerfOperatorImp>(kCmds, (i + t) % 3 == 0 ? 0 : 60000,
