@@ -132,8 +132,10 @@ void appendPairs(std::string& out, const LiveOperatorInfo& op) {
 
 void appendOperator(std::string& out, size_t index, const LiveOperatorInfo& op, OperatorTime now) {
     const OperatorState state = operatorState(op, now);
-    appendf(out, "  #%zu \"%s\" handle %d: %s", index, op.user.c_str(), op.handle,
-            operatorStateName(state));
+    // The user string goes in whole: it may be longer than appendf's buffer.
+    appendf(out, "  #%zu \"", index);
+    out += op.user;
+    appendf(out, "\" handle %d: %s", op.handle, operatorStateName(state));
     const long long elapsed = elapsedMs(op, now);
     switch (state) {
         case OperatorState::Held:
