@@ -86,9 +86,21 @@ std::vector<LiveOperatorInfo> LiveOperators::snapshot() {
             out.push_back(std::move(info));
         }
     }
-    std::stable_sort(out.begin(), out.end(),
-                     [](const auto& a, const auto& b) { return a.start < b.start; });
-    return out;
+    // By start time; operators started in the same microsecond keep the order of their list.
+    // (std::stable_sort would need a temporary buffer and one more symbol bound at load.)
+    std::vector<size_t> order(out.size());
+    for (size_t i = 0; i < order.size(); ++i) {
+        order[i] = i;
+    }
+    std::sort(order.begin(), order.end(), [&out](size_t a, size_t b) {
+        return out[a].start != out[b].start ? out[a].start < out[b].start : a < b;
+    });
+    std::vector<LiveOperatorInfo> sorted;
+    sorted.reserve(out.size());
+    for (size_t i : order) {
+        sorted.push_back(std::move(out[i]));
+    }
+    return sorted;
 }
 
 LiveOperators::Guard::Guard(const PerfOperatorImp& op)
