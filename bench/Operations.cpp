@@ -1,6 +1,7 @@
 #include "Operations.h"
 
 #include <dlfcn.h>
+#include <fcntl.h>
 #include <sched.h>
 #include <unistd.h>
 
@@ -11,6 +12,7 @@
 #include "PerfOperatorImp.h"
 #include "PowerResourceIds.h"
 #include "StreamConfiguration.h"
+#include "qvncam_perfctrl.h"
 
 namespace qvncam {
 namespace bench {
@@ -139,6 +141,15 @@ void enablePerTaskEASFloor() {
     gRel(lock(kEas, 0));
 }
 
+// With an opened, configured camera (four live operators) and a boost, into /dev/null.
+void dump() {
+    static const int devNull = open("/dev/null", O_WRONLY | O_CLOEXEC);
+    static const auto camera = gCtrl->enterPerfCtrl_EnterCamera(kBoostMs);
+    static const auto streams = gCtrl->enterPerfCtrl_ConfigureStream(gConfig);
+    static const auto boost = gCtrl->runPerfBoost(EPERF_BOOST_CAPTURE_PIPELINE, kBoostMs);
+    qvncam_perfctrl_dump(devNull);
+}
+
 template <typename T>
 bool resolve(void* lib, const char* name, T& out) {
     out = reinterpret_cast<T>(dlsym(lib, name));
@@ -221,6 +232,7 @@ const std::vector<Operation>& operations() {
         {"setAffinity", setAffinity, setAffinityFloor},
         {"queryAffinity", queryAffinity, queryAffinityFloor},
         {"enablePerTaskEASControl", enablePerTaskEAS, enablePerTaskEASFloor},
+        {"qvncam_perfctrl_dump", dump, nullptr},
     };
     return ops;
 }

@@ -24,6 +24,8 @@ namespace NSCam {
 namespace NSCamFeature {
 namespace NSCamPerfCtrl {
 
+struct ControllerDumpState;
+
 class QVNCAM_EXPORT Cam3PerfCtrlImp : public Cam3PerfCtrl {
   public:
     // Use getInstance(); a second controller is for tests only.
@@ -48,6 +50,8 @@ class QVNCAM_EXPORT Cam3PerfCtrlImp : public Cam3PerfCtrl {
     bool checkCPUMask(int mask);
     // Appends the multi-camera zoom boost list built from the zoom properties.
     void getMultiCamZoomBoostTable(std::vector<int>& out);
+    // What qvncam_perfctrl_dump() shows of the controller; internal to the library.
+    QVNCAM_HIDDEN void copyDumpState(ControllerDumpState& out);
 
   private:
     friend class Cam3PerfCtrlImpTestPeer;
@@ -69,8 +73,8 @@ class QVNCAM_EXPORT Cam3PerfCtrlImp : public Cam3PerfCtrl {
     // Rewritten by enter-camera while boosts read it on other threads.
     std::atomic<int32_t> miLogLevel{-1};
     std::unique_ptr<QvncamJSONConvertor> mpJsonConvertor;
-    // Two cameras may be opened at once: the JSON switch and record are read and
-    // written under this lock.
+    // Two cameras may be opened at once, and a dump may read the record from another
+    // thread: the JSON switch and record are read and written under this lock.
     std::mutex mJsonLock;
     bool mbEnableJson = false;
     JsonCmdSet mJsonCmdSet;

@@ -45,6 +45,8 @@ class QVNCAM_EXPORT PerfOperatorImp : public PerfOperator {
     static std::atomic<int> miGID;
 
   private:
+    friend class LiveOperators;
+
     bool _exit();
 
     using TimePoint = std::chrono::time_point<std::chrono::system_clock, std::chrono::microseconds>;
@@ -56,6 +58,15 @@ class QVNCAM_EXPORT PerfOperatorImp : public PerfOperator {
     int mCookie = -1;
     int mLogLevel = 0;
     std::string mUserName;
+
+    // For the dump of live operators: the last list sent, how often it was re-issued, and
+    // this operator's place in the registry (LiveOperators).
+    bool mReleased = false;
+    int mReissues = 0;
+    std::vector<int> mCmds;
+    int mLiveShard = -1;
+    PerfOperatorImp* mLivePrev = nullptr;
+    PerfOperatorImp* mLiveNext = nullptr;
 };
 
 class QVNCAM_EXPORT PerfOperatorHolderImp : public PerfOperatorHolder {

@@ -74,6 +74,7 @@ void nameAll(Cam3PerfCtrlImp& c, PerfOperatorImp& op, PerfOperatorHolderImp& h,
 
     keep(&qvncam_perfctrl_set_affinity);
     keep(&qvncam_perfctrl_query_affinity);
+    keep(&qvncam_perfctrl_dump);
 
     keep(&qvncam::host::setProperty);
     keep(&qvncam::host::clearProperty);

@@ -35,7 +35,7 @@ ns='NSCam::NSCamFeature::NSCamPerfCtrl::'
 classes='Cam3PerfCtrl|Cam3PerfCtrlImp|PerfOperator|PerfOperatorImp|PerfOperatorHolder|PerfOperatorHolderImp|InflightOperatorHolder|InflightOperatorHolderImp'
 tables='PowerEnumToStringMap|StringToPowerEnumMap|AvailablePowerHalCmds|BoostComdTable'
 helpers='loadPowerHalAPI|loadCustomPerfFunctions|prepareEnterCameraPlatSettings'
-public="^${ns}(${classes})(::|$)|^${ns}PerfCtrlHelper::((${tables})$|(${helpers})\\()|^qvncam_perfctrl_(set|query)_affinity$|^qvncam::host::"
+public="^${ns}(${classes})(::|$)|^${ns}PerfCtrlHelper::((${tables})$|(${helpers})\\()|^qvncam_perfctrl_((set|query)_affinity|dump)$|^qvncam::host::"
 runtime='^([^(]* )?(std|__gnu_cxx)::|^(_init|_fini|_edata|_end|__bss_start)$'
 if unexpected=$(grep -Ev "$public|$runtime" <<<"$entities"); then
     problem "symbols outside the public surface exported:"
@@ -53,6 +53,7 @@ required=(
     "qvncam::host::reloadULogger()"
     qvncam_perfctrl_set_affinity
     qvncam_perfctrl_query_affinity
+    qvncam_perfctrl_dump
 )
 for c in ${classes//|/ }; do
     required+=("vtable for ${ns}${c}" "typeinfo for ${ns}${c}")

@@ -237,10 +237,12 @@ class ScriptParser {
             action = w;
         } else if (op == "close") {
             action = readClose(f);
+        } else if (op == "dump") {
+            action = DumpStep{};
         } else {
             f.error(step["op"],
                     "unknown op (one of open, configure, requests, boost, affinity, "
-                    "eas, prop, wait, close)");
+                    "eas, prop, wait, close, dump)");
             return;
         }
         f.finish();

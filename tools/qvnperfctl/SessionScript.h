@@ -25,6 +25,8 @@
 //   prop       name, value                       sets a property
 //   wait       ms
 //   close                                        drops every holder and operator
+//   dump                                         qvncam_perfctrl_dump() beside the power
+//                                                service's live locks
 
 #include <IMetadata.h>
 #include <StreamConfiguration.h>
@@ -86,8 +88,10 @@ struct WaitStep {
 
 struct CloseStep {};
 
+struct DumpStep {};
+
 using StepAction = std::variant<OpenStep, ConfigureStep, RequestsStep, BoostStep, AffinityStep,
-                                EasStep, PropStep, WaitStep, CloseStep>;
+                                EasStep, PropStep, WaitStep, CloseStep, DumpStep>;
 
 struct Step {
     int line = 0;

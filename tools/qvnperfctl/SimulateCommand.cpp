@@ -66,6 +66,7 @@ const char* kUsage =
     "  prop       name, value\n"
     "  wait       ms\n"
     "  close\n"
+    "  dump       (the controller's live operators beside the service's locks)\n"
     "See examples/sessions/ and tools/README.md.\n"
     "\n"
     "Exit status: 0 clean run, 1 a lock leaked, was released badly or was refused by the\n"

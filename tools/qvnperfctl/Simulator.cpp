@@ -11,6 +11,7 @@
 #include <memory>
 #include <thread>
 
+#include "DumpStep.h"
 #include "ServiceProbe.h"
 #include "qvncam/platform/Clock.h"
 #include "qvncam/platform/VirtualClock.h"
@@ -347,6 +348,10 @@ class Simulator {
 
     void play(const CloseStep&) {
         entry("close camera", [&](Notes&) { releaseEverything(); });
+    }
+
+    void play(const DumpStep&) {
+        entry("dump", [&](Notes& notes) { notes = dumpStepNotes(mProbe.liveLocks()); });
     }
 
     // Keeps an operator; releases it after `releaseAfterMs`, or at close when negative.

@@ -6,6 +6,7 @@
 
 #include "CamLog.h"
 #include "NSCamProperties.h"
+#include "PerfCtrlDump.h"
 #include "PerfCtrlHelper.h"
 #include "PerfCtrlProperties.h"
 #include "qvncam/platform/ProcessProfiles.h"
@@ -46,9 +47,11 @@ Cam3PerfCtrlImp::Cam3PerfCtrlImp() {
     } else {
         CAM_LOGW("Failed to apply process profile: ProcessCapacityNormal");
     }
+    publishControllerForDump(this);
 }
 
 Cam3PerfCtrlImp::~Cam3PerfCtrlImp() {
+    publishControllerForDump(nullptr);
     // Configure-stream list, enter-camera list, then the convertor.
     std::vector<int>().swap(mJsonCmdSet.configCamCmds);
     std::vector<int>().swap(mJsonCmdSet.enterCamCmds);

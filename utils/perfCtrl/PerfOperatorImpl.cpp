@@ -5,6 +5,8 @@
 #include <utility>
 
 #include "CamLog.h"
+#include "LiveOperators.h"
+#include "OperatorClock.h"
 #include "PerfCtrlHelper.h"
 #include "PerfCtrlProperties.h"
 #include "PerfOperatorImp.h"
@@ -23,8 +25,6 @@ std::atomic<int> PerfOperatorImp::miGID{0};
 PerfOperator::~PerfOperator() = default;
 
 namespace {
-
-using Micros = std::chrono::microseconds;
 
 PerfOperatorImp::LockAcqFn lockAcq() {
     return PerfOperatorImp::mfnLockAcq.load(std::memory_order_relaxed);
@@ -66,7 +66,7 @@ PerfOperatorImp::PerfOperatorImp(std::vector<int> cmds, int timeout, const char*
             mfnLockRel.store(rel, std::memory_order_relaxed);
         }
     }
-    mStartTime = TimePoint(Micros(qvncam::platform::clock_now_us()));
+    mStartTime = operatorNow();
     mTimeout = timeout;
     if (!loaded) {
         CAM_LOGE("Load PowerHal API Failed!");
@@ -93,9 +93,13 @@ PerfOperatorImp::PerfOperatorImp(std::vector<int> cmds, int timeout, const char*
         CAM_LOGD("mHandle=%d", mHandle);
         printCmds(cmds);
     }
+    // Kept for the dump; the list was built for this operator, so this costs no copy.
+    mCmds = std::move(cmds);
+    LiveOperators::add(*this);
 }
 
 PerfOperatorImp::~PerfOperatorImp() {
+    LiveOperators::remove(*this);
     _exit();
 }
 
@@ -117,8 +121,10 @@ bool PerfOperatorImp::_exit() {
     if (LockRelFn rel = lockRel()) {
         rel(mHandle);
     }
+    LiveOperators::Guard guard(*this);
     mHandle = -1;
     mTimeout = -1;
+    mReleased = true;
     return true;
 }
 
@@ -129,13 +135,13 @@ bool PerfOperatorImp::isAlive() {
     if (mTimeout == 0) {
         return true;
     }
-    const long long elapsedMs =
-        (qvncam::platform::clock_now_us() - mStartTime.time_since_epoch().count()) / 1000;
+    const long long elapsedMs = (operatorNow() - mStartTime).count() / 1000;
     return mTimeout > elapsedMs;
 }
 
 bool PerfOperatorImp::detach() {
     if (mHandle >= 1 && mTimeout != 0) {
+        LiveOperators::Guard guard(*this);
         mIsDetached = true;
         return true;
     }
@@ -156,7 +162,13 @@ bool PerfOperatorImp::perform_extra(std::vector<int> cmds) {
         CAM_LOGE("LockAcq is nullptr!");
         return false;
     }
-    mHandle = acq(mHandle, mTimeout, cmds.data(), static_cast<int>(cmds.size()));
+    const int handle = acq(mHandle, mTimeout, cmds.data(), static_cast<int>(cmds.size()));
+    {
+        LiveOperators::Guard guard(*this);
+        mHandle = handle;
+        mCmds.swap(cmds);  // the old list is freed after the guard
+        ++mReissues;
+    }
     if (mHandle != 0) {
         return true;
     }

@@ -1,0 +1,58 @@
+#pragma once
+
+// The registry of live perf operators: every PerfOperatorImp is listed from the end of its
+// construction to the start of its destruction, so that a dump can tell which camera
+// moment holds which power lock.
+
+#include <cstdint>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "OperatorClock.h"
+#include "PerfOperatorImp.h"
+
+namespace NSCam {
+namespace NSCamFeature {
+namespace NSCamPerfCtrl {
+
+// What the dump shows of one operator, copied under its list's lock.
+struct LiveOperatorInfo {
+    std::string user;  // as the creator gave it
+    int handle = -1;
+    int timeoutMs = -1;
+    bool detached = false;
+    bool released = false;
+    OperatorTime start{};
+    std::vector<int> cmds;  // the last list sent: the acquisition or the latest re-issue
+    int reissues = 0;
+};
+
+class LiveOperators {
+  public:
+    static void add(PerfOperatorImp& op);
+    static void remove(PerfOperatorImp& op);
+    // Every listed operator, oldest first.
+    static std::vector<LiveOperatorInfo> snapshot();
+
+    // Held while an operator changes a field the dump reads after its construction;
+    // takes no lock once the operator is unlisted (in its destructor).
+    class Guard {
+      public:
+        explicit Guard(const PerfOperatorImp& op);
+        ~Guard() {
+            if (mMutex != nullptr) {
+                mMutex->unlock();
+            }
+        }
+        Guard(const Guard&) = delete;
+        Guard& operator=(const Guard&) = delete;
+
+      private:
+        std::mutex* mMutex;
+    };
+};
+
+}  // namespace NSCamPerfCtrl
+}  // namespace NSCamFeature
+}  // namespace NSCam
