@@ -2,25 +2,13 @@
 
 #include <map>
 
+#include "ResourceTimes.h"
+
 namespace qvnperfctl {
 namespace {
 
-// When an entry's changes took effect: its last lock event, else its start.
-int64_t effectiveTime(const Entry& e) {
-    return e.events.empty() ? e.timeUs : e.events.back().timeUs;
-}
-
 void follow(StepSeries& series, const Timeline& timeline) {
-    series.points.emplace_back(0, std::nullopt);
-    for (const auto& e : timeline.entries) {
-        std::optional<int> value;
-        for (const auto& v : e.effective) {
-            if (v.name == series.resource)
-                value = v.value;
-        }
-        if (value != series.points.back().second)
-            series.points.emplace_back(effectiveTime(e), value);
-    }
+    series.points = trackOf(timeline, series.resource).points;
 }
 
 }  // namespace

@@ -19,7 +19,10 @@
 #include "LockSpans.h"
 #include "PropertyFile.h"
 #include "SessionScript.h"
+#include "ResourceTimes.h"
+#include "SimulateOptions.h"
 #include "Simulator.h"
+#include "TimelineFile.h"
 #include "SvgWriter.h"
 #include "TimelinePrinter.h"
 
@@ -45,6 +48,7 @@ const char* kUsage =
     "                        over the script's \"properties\"\n"
     "  --trace OUT.json      Chrome trace-event file (Perfetto UI, chrome://tracing)\n"
     "  --svg OUT.svg         the timeline as one SVG picture\n"
+    "  --timeline OUT.json   the timeline as JSON, for other programs\n"
     "\n"
     "A session script is a JSON object: \"description\", \"properties\" (set before\n"
     "the library loads) and \"steps\", each an object with an \"op\":\n"
@@ -62,17 +66,12 @@ const char* kUsage =
     "Exit status: 0 clean run, 1 a lock leaked or was released badly, 2 usage, script\n"
     "or I/O error.\n";
 
-struct Options {
-    std::string session;
-    std::string custom;
-    std::string config;
-    std::vector<std::pair<std::string, std::string>> props;
-    std::string trace;
-    std::string svg;
-};
+using Options = SimulateOptions;
 
-// Parses the command line; an empty optional result means it was fine.
-std::optional<std::string> parseOptions(const std::vector<std::string>& args, Options& out) {
+}  // namespace
+
+std::optional<std::string> parseSimulateOptions(const std::vector<std::string>& args,
+                                                SimulateOptions& out) {
     for (size_t i = 0; i < args.size(); ++i) {
         std::string arg = args[i];
         std::string value;
@@ -91,7 +90,7 @@ std::optional<std::string> parseOptions(const std::vector<std::string>& args, Op
             continue;
         }
         if (arg != "--custom" && arg != "--config" && arg != "--prop" && arg != "--trace" &&
-            arg != "--svg") {
+            arg != "--svg" && arg != "--timeline") {
             return "unknown option " + args[i];
         }
         if (!hasValue) {
@@ -109,6 +108,8 @@ std::optional<std::string> parseOptions(const std::vector<std::string>& args, Op
             out.trace = value;
         } else if (arg == "--svg") {
             out.svg = value;
+        } else if (arg == "--timeline") {
+            out.timeline = value;
         } else {
             auto eq = value.find('=');
             if (eq == std::string::npos || eq == 0)
@@ -120,6 +121,8 @@ std::optional<std::string> parseOptions(const std::vector<std::string>& args, Op
         return std::string("missing SESSION.json");
     return std::nullopt;
 }
+
+namespace {
 
 // Loads and checks the script; prints its problems with their lines.
 bool loadSession(const std::string& path, Session& session) {
@@ -165,6 +168,21 @@ std::string customLibraryInUse() {
     return path;
 }
 
+// The user strings the controller gives the custom locks: a JSON section in use takes
+// the place of the customisation library's answer.
+CustomOrigins customOrigins(const std::string& config) {
+    CustomOrigins origins;
+    JsonSource source;
+    if (config.empty() || source.load(config) != JsonSource::Status::Ok ||
+        !source.root().isObject())
+        return origins;
+    if (source.root().isMember("enter_cam"))
+        origins.enterCamera = "enterCam-json";
+    if (source.root().isMember("config_cam"))
+        origins.configureStream = "configureStream-from-json";
+    return origins;
+}
+
 // The simulation proper, in the process that relaunch() prepared.
 int play(const Options& options, const Session& session) {
     const char* propertiesPath = std::getenv("QVNCAM_PROPERTIES");
@@ -185,12 +203,18 @@ int play(const Options& options, const Session& session) {
     }
     if (properties.entries().empty())
         setup.emplace_back(label, "none");
-    Timeline timeline = simulate(session, *ctrl, properties);
+    Timeline timeline = simulate(session, *ctrl, properties, customOrigins(options.config));
     timeline.setup = std::move(setup);
     printTimeline(timeline, stdout);
+    std::fputs("\n", stdout);
+    printTimeAtValue(timeline, stdout);
     std::fflush(stdout);
 
     int status = timeline.clean() ? kExitOk : kExitProblems;
+    if (!options.timeline.empty() && !writeTimelineFile(timeline, options.timeline)) {
+        std::fprintf(stderr, "qvnperfctl simulate: cannot write %s\n", options.timeline.c_str());
+        status = kExitUsage;
+    }
     if (!options.trace.empty() || !options.svg.empty()) {
         Picture picture = buildPicture(timeline);
         if (!options.trace.empty() && !writeChromeTrace(timeline, picture, options.trace)) {
@@ -215,7 +239,7 @@ int runSimulate(const std::vector<std::string>& args) {
         return kExitOk;
     }
     Options options;
-    if (auto problem = parseOptions(args, options))
+    if (auto problem = parseSimulateOptions(args, options))
         return usageError("simulate", *problem);
     Session session;
     if (!loadSession(options.session, session))
@@ -242,7 +266,7 @@ int runSimulate(const std::vector<std::string>& args) {
         return kExitUsage;
     }
     plan.customLibrary = options.custom;
-    for (const auto* out : {&options.trace, &options.svg}) {
+    for (const auto* out : {&options.trace, &options.svg, &options.timeline}) {
         if (!out->empty() && !writable(*out)) {
             std::fprintf(stderr, "qvnperfctl simulate: cannot write %s\n", out->c_str());
             return kExitUsage;

@@ -9,9 +9,18 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <thread>
 
+#include "C2PSMachine.h"
 #include "ServiceProbe.h"
+#include "qvncam/platform/HostControl.h"
+
+// The host library may keep its C2PS record to itself; the set-up is then not shown.
+namespace qvncam::host {
+bool lastC2PSInit(C2PSInitParams* out) __attribute__((weak));
+void resetC2PSInit() __attribute__((weak));
+}  // namespace qvncam::host
 
 namespace qvnperfctl {
 namespace {
@@ -73,10 +82,30 @@ std::string describeStreams(const ConfigureStep& s) {
     return text;
 }
 
+// The C2PS set-up the controller made since the last look, as one line.
+std::optional<std::string> takeC2PSInit() {
+    C2PSInitParams p{};
+    if (!qvncam::host::lastC2PSInit || !qvncam::host::resetC2PSInit ||
+        !qvncam::host::lastC2PSInit(&p))
+        return std::nullopt;
+    qvncam::host::resetC2PSInit();
+    char text[160];
+    std::snprintf(text, sizeof text,
+                  "C2PS set up: scenario %d, %d fps, feature %d, um ratio %d, um min %d%s%s",
+                  p.scenario, p.fps, p.featureCustomization, p.lmcoreUmRatio, p.umMin,
+                  p.disableIneffCpufreq ? ", inefficient frequencies off" : "",
+                  p.pfPolicy ? ", pf policy" : "");
+    return std::string(text);
+}
+
 class Simulator {
   public:
-    Simulator(const Session& session, Cam3PerfCtrl& ctrl, PropertyFile& properties)
-        : mSession(session), mCtrl(ctrl), mProperties(properties) {}
+    Simulator(const Session& session, Cam3PerfCtrl& ctrl, PropertyFile& properties,
+              CustomOrigins origins)
+        : mSession(session),
+          mCtrl(ctrl),
+          mProperties(properties),
+          mCustomOrigins(std::move(origins)) {}
 
     Timeline run() {
         mTimeline.sessionPath = mSession.path;
@@ -103,9 +132,11 @@ class Simulator {
     };
 
     // One timeline entry: the lock events `action` causes and the effective values after it.
+    // `roles` name the locks the action asks for, in order; the last one names any more.
     void entry(const std::string& label, const std::function<void(Notes&)>& action,
-               bool perRequest = false) {
+               bool perRequest = false, std::vector<std::string> roles = {}) {
         flushExpiries();
+        mRoles = std::move(roles);
         Entry e;
         e.timeUs = mProbe.nowUs();
         e.step = label;
@@ -113,14 +144,27 @@ class Simulator {
         e.perRequest = perRequest;
         action(e.notes);
         e.events = mProbe.takeEvents();
+        e.marks = std::move(mMarks);
+        mMarks.clear();
+        if (auto c2ps = takeC2PSInit())
+            e.marks.push_back(*c2ps);
         addEntry(std::move(e));
     }
 
     void addEntry(Entry e) {
+        size_t asked = 0;
         for (const auto& event : e.events) {
-            if (event.kind == LockEventKind::Granted)
+            const bool isNew = event.kind == LockEventKind::Granted ||
+                               (event.kind == LockEventKind::Refused && event.handle == 0);
+            std::string role = e.step;
+            if (isNew && !mRoles.empty())
+                role = mRoles[std::min(asked++, mRoles.size() - 1)];
+            if (event.kind == LockEventKind::Granted) {
                 mTimeline.lockOrigin[event.handle] = e.step;
+                mTimeline.lockRole[event.handle] = role;
+            }
         }
+        mRoles.clear();
         e.effective = mProbe.effective();
         mTimeline.entries.push_back(std::move(e));
     }
@@ -171,26 +215,35 @@ class Simulator {
     }
 
     void play(const OpenStep& s) {
-        entry("open camera, boost " + std::to_string(s.boostMs) + " ms", [&](Notes&) {
-            mEnterHolder = mCtrl.enterPerfCtrl_EnterCamera(s.boostMs);
-            mSet.enterCamOperator =
-                std::dynamic_pointer_cast<PerfOperatorImp>(mEnterHolder->getPerfOperator());
-        });
+        // The controller takes its locks in this order.
+        std::vector<std::string> roles = {
+            "open camera: platform", "open camera: default boost",
+            "open camera: custom (" + mCustomOrigins.enterCamera + ")"};
+        entry(
+            "open camera, boost " + std::to_string(s.boostMs) + " ms",
+            [&](Notes&) {
+                mEnterHolder = mCtrl.enterPerfCtrl_EnterCamera(s.boostMs);
+                mSet.enterCamOperator =
+                    std::dynamic_pointer_cast<PerfOperatorImp>(mEnterHolder->getPerfOperator());
+            },
+            false, std::move(roles));
     }
 
     void play(const ConfigureStep& s) {
-        entry("configure " + describeStreams(s), [&](Notes& notes) {
-            // The pipeline tears the old streams down before it configures new ones.
-            mSet.configCamOperator.reset();
-            mConfigHolder.reset();
-            mConfigHolder = mCtrl.enterPerfCtrl_ConfigureStream(s.config);
-            if (!mConfigHolder) {
-                notes.push_back("no configure-stream lock (no customisation library)");
-                return;
-            }
-            mSet.configCamOperator =
-                std::dynamic_pointer_cast<PerfOperatorImp>(mConfigHolder->getPerfOperator());
-        });
+        entry("configure " + describeStreams(s),
+              [&](Notes& notes) {
+                  // The pipeline tears the old streams down before it configures new ones.
+                  mSet.configCamOperator.reset();
+                  mConfigHolder.reset();
+                  mConfigHolder = mCtrl.enterPerfCtrl_ConfigureStream(s.config);
+                  if (!mConfigHolder) {
+                      notes.push_back("no configure-stream lock (no customisation library)");
+                      return;
+                  }
+                  mSet.configCamOperator =
+                      std::dynamic_pointer_cast<PerfOperatorImp>(mConfigHolder->getPerfOperator());
+              },
+              false, {"configure: custom (" + mCustomOrigins.configureStream + ")"});
     }
 
     void play(const RequestsStep& s) {
@@ -208,14 +261,13 @@ class Simulator {
             if (!s.metadata.empty() && !s.metadataLabels[which].empty()) {
                 label += " (" + s.metadataLabels[which] + ")";
             }
-            entry(
-                label,
-                [&](Notes&) {
-                    auto holder = mCtrl.enterPerfCtrl_InflightRequest(id, meta, mSet);
-                    if (holder)
-                        mSet.inflightHolder = holder;
-                },
-                true);
+            entry(label,
+                  [&](Notes&) {
+                      auto holder = mCtrl.enterPerfCtrl_InflightRequest(id, meta, mSet);
+                      if (holder)
+                          mSet.inflightHolder = holder;
+                  },
+                  true, {"request " + std::to_string(id)});
             schedule(
                 submitUs + s.completeAfter * intervalUs, "request " + std::to_string(id) + " done",
                 [this, id](Notes&) {
@@ -232,31 +284,36 @@ class Simulator {
     void play(const BoostStep& s) {
         std::string label =
             s.defaultBoost ? "default boost" : "boost level " + std::to_string(s.level);
+        std::string role =
+            s.defaultBoost ? "default boost" : "boost level " + std::to_string(s.level);
         label += ", " + std::to_string(s.timeoutMs) + " ms";
-        entry(label, [&](Notes& notes) {
-            std::unique_ptr<PerfOperator> op =
-                s.defaultBoost
-                    ? mCtrl.runDefaultBoost(s.timeoutMs)
-                    : mCtrl.runPerfBoost(static_cast<EPERF_BOOST_OPERATION>(s.level), s.timeoutMs);
-            if (!op) {
-                notes.push_back("no boost for this level");
-                return;
-            }
-            if (!op->isAlive())
-                notes.push_back("the lock was not granted");
-            if (s.releaseAfterMs) {
-                hold(std::move(op), *s.releaseAfterMs, "boost released");
-            } else if (s.timeoutMs > 0) {
-                // Left to the service's clock: a detached operator never releases.
-                op->detach();
-            } else {
-                hold(std::move(op), -1, "");
-            }
-        });
+        entry(label,
+              [&](Notes& notes) {
+                  std::unique_ptr<PerfOperator> op =
+                      s.defaultBoost
+                          ? mCtrl.runDefaultBoost(s.timeoutMs)
+                          : mCtrl.runPerfBoost(static_cast<EPERF_BOOST_OPERATION>(s.level),
+                                               s.timeoutMs);
+                  if (!op) {
+                      notes.push_back("no boost for this level");
+                      return;
+                  }
+                  if (!op->isAlive())
+                      notes.push_back("the lock was not granted");
+                  if (s.releaseAfterMs) {
+                      hold(std::move(op), *s.releaseAfterMs, "boost released");
+                  } else if (s.timeoutMs > 0) {
+                      // Left to the service's clock: a detached operator never releases.
+                      op->detach();
+                  } else {
+                      hold(std::move(op), -1, "");
+                  }
+              },
+              false, {role});
     }
 
     void play(const AffinityStep& s) {
-        entry("affinity for thread " + s.thread, [&](Notes& notes) {
+        entry("affinity for thread " + s.thread, [&](Notes&) {
             int mask = 0;
             bool placed = false;
             std::string cpus;
@@ -267,10 +324,11 @@ class Simulator {
                 cpus = currentCpus();
             });
             worker.join();
-            notes.push_back("queryAffinity: " +
-                            (mask ? "mask " + hex(static_cast<unsigned>(mask)) : "no placement"));
-            notes.push_back(std::string("setAffinity: ") + (placed ? "placed" : "not placed") +
-                            ", the thread runs on CPUs " + cpus);
+            mMarks.push_back(
+                "thread " + s.thread + " " +
+                (placed ? "placed on CPUs " + cpus : "not placed, runs on CPUs " + cpus) +
+                " (queryAffinity: " +
+                (mask ? "mask " + hex(static_cast<unsigned>(mask)) : "no placement") + ")");
         });
     }
 
@@ -288,7 +346,8 @@ class Simulator {
                   if (!op->isAlive())
                       notes.push_back("the lock was not granted");
                   hold(std::move(op), s.releaseAfterMs.value_or(-1), "EAS control released");
-              });
+              },
+              false, {"EAS task " + std::to_string(tid)});
     }
 
     void play(const PropStep& s) {
@@ -354,6 +413,9 @@ class Simulator {
     ServiceProbe mProbe;
     Timeline mTimeline;
     int mLine = 0;
+    std::vector<std::string> mRoles;  // of the locks the current entry asks for
+    std::vector<std::string> mMarks;  // of the current entry
+    CustomOrigins mCustomOrigins;
     std::multimap<int64_t, Action> mAgenda;
 
     std::shared_ptr<PerfOperatorHolder> mEnterHolder;
@@ -366,8 +428,9 @@ class Simulator {
 
 }  // namespace
 
-Timeline simulate(const Session& session, Cam3PerfCtrl& ctrl, PropertyFile& properties) {
-    return Simulator(session, ctrl, properties).run();
+Timeline simulate(const Session& session, Cam3PerfCtrl& ctrl, PropertyFile& properties,
+                  const CustomOrigins& origins) {
+    return Simulator(session, ctrl, properties, origins).run();
 }
 
 }  // namespace qvnperfctl
