@@ -20,11 +20,15 @@ Picture buildPicture(const Timeline& timeline) {
     for (const auto& e : timeline.entries) {
         if (!e.perRequest && e.step != "expiry")
             picture.steps.push_back({e.timeUs, e.step});
+        for (const auto& mark : e.marks)
+            picture.events.push_back({e.timeUs, mark});
         for (const auto& event : e.events) {
             if (event.kind == LockEventKind::Granted) {
                 LockBar bar;
                 bar.handle = event.handle;
                 bar.origin = e.step;
+                auto role = timeline.lockRole.find(event.handle);
+                bar.role = role != timeline.lockRole.end() ? role->second : e.step;
                 bar.durationMs = event.durationMs;
                 bar.startUs = bar.endUs = event.timeUs;
                 bar.ending = "held at the end";

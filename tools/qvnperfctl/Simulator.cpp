@@ -324,11 +324,11 @@ class Simulator {
                 cpus = currentCpus();
             });
             worker.join();
-            mMarks.push_back(
-                "thread " + s.thread + " " +
-                (placed ? "placed on CPUs " + cpus : "not placed, runs on CPUs " + cpus) +
-                " (queryAffinity: " +
-                (mask ? "mask " + hex(static_cast<unsigned>(mask)) : "no placement") + ")");
+            const std::string maskText =
+                mask ? "mask " + hex(static_cast<unsigned>(mask)) : "no mask";
+            mMarks.push_back("thread " + s.thread +
+                             (placed ? " on CPUs " + cpus + " (" + maskText + ")"
+                                     : " not placed (" + maskText + "), on CPUs " + cpus));
         });
     }
 
