@@ -94,8 +94,9 @@ bool writeCompareSvg(const Comparison& comparison, const Timeline& a, const Time
         la.points = &sa->points;
         lb.points = &sb->points;
         body << "<text x=\"8\" y=\"" << num(y - 10) << "\"><tspan font-weight=\"bold\">"
-             << escape(sa->label) << "</tspan><tspan dx=\"10\" fill=\"" << (differs ? "#b03030" : "#666666")
-             << "\">" << (differs ? "differs" : "same on both sides") << "</tspan></text>\n";
+             << escape(sa->label) << "</tspan><tspan dx=\"10\" fill=\""
+             << (differs ? "#b03030" : "#666666") << "\">"
+             << (differs ? "differs" : "same on both sides") << "</tspan></text>\n";
         if (firstChartTop < 0)
             firstChartTop = y;
         y = svg::stepChart(body, scale, y, kChartHeight, cpu ? "GHz" : "OPP", cpu ? 1e6 : 1,
@@ -113,7 +114,8 @@ bool writeCompareSvg(const Comparison& comparison, const Timeline& a, const Time
              << "\" font-size=\"9\" fill=\"#b03030\">first difference</text></g>\n";
     }
     markers.draw(body, markersTop, y - 34);
-    svg::timeAxis(body, scale, y - 34, true);
+    body << "<text x=\"" << num(kWidth - kRight) << "\" y=\"" << num(y - 6)
+         << "\" text-anchor=\"end\">time (" << scale.unit.name << ")</text>\n";
     y += 6;
     body << "<text x=\"8\" y=\"" << num(y + 10)
          << "\" font-weight=\"bold\">steps and events</text>\n";

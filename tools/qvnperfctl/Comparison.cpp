@@ -45,23 +45,34 @@ std::optional<int64_t> firstApart(const ResourceTrack& a, const ResourceTrack& b
     return std::nullopt;
 }
 
+// Where the tracks part at `us`; the values are those once both sides have settled.
 SideDifference describe(const Timeline& ta, const Timeline& tb, const ResourceTrack& a,
-                        const ResourceTrack& b, int64_t us) {
+                        const ResourceTrack& b, int64_t us, int64_t settleUs) {
     SideDifference d;
     d.timeUs = us;
-    d.a = a.valueAt(us);
-    d.b = b.valueAt(us);
+    d.a = a.valueAt(us + settleUs);
+    d.b = b.valueAt(us + settleUs);
     const Entry* ea = entryAt(ta, us);
     const Entry* eb = entryAt(tb, us);
     // The side whose change came last made them part.
     const bool fromB = eb && (!ea || eb->changedAtUs() > ea->changedAtUs());
     const Entry* e = fromB ? eb : ea;
-    if (e) {
-        d.step = e->step;
+    if (!e)
+        return d;
+    if (e->scriptLine > 0 || e->perRequest) {
+        d.step = "step \"" + e->step + "\"";
         d.scriptLine = e->perRequest ? 0 : e->scriptLine;
-        if (e->scriptLine == 0 && !e->perRequest)
-            d.step += fromB ? " (B)" : " (A)";
+        return d;
     }
+    // An expiry: name the locks by role.
+    const Timeline& t = fromB ? tb : ta;
+    std::string locks;
+    for (const auto& event : e->events) {
+        auto role = t.lockRole.find(event.handle);
+        locks += std::string(locks.empty() ? "" : ", ") + "lock " + std::to_string(event.handle) +
+                 (role != t.lockRole.end() ? " (" + role->second + ")" : "");
+    }
+    d.step = e->step + " of " + locks + " on " + (fromB ? "B" : "A");
     return d;
 }
 
@@ -70,8 +81,7 @@ std::string valueText(const std::string& name, const std::optional<int>& v) {
 }
 
 std::string stepText(const SideDifference& d) {
-    return "\"" + d.step + "\"" +
-           (d.scriptLine ? " [line " + std::to_string(d.scriptLine) + "]" : "");
+    return d.step + (d.scriptLine ? " [line " + std::to_string(d.scriptLine) + "]" : "");
 }
 
 }  // namespace
@@ -110,7 +120,7 @@ Comparison compareTimelines(const Timeline& a, const Timeline& b, int64_t sameWi
             continue;
         if (!apart)
             apart = firstApart(r.a, r.b, endUs, 1);  // only brief differences that add up
-        r.first = describe(a, b, r.a, r.b, apart.value_or(0));
+        r.first = describe(a, b, r.a, r.b, apart.value_or(0), sameWithinUs);
         comparison.resources.push_back(std::move(r));
     }
     return comparison;
