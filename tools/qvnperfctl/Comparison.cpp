@@ -10,14 +10,21 @@
 namespace qvnperfctl {
 namespace {
 
-// The entry of `t` that last changed something at or before `us`.
-const Entry* entryAt(const Timeline& t, int64_t us) {
+// The entry of `t` that last changed resource `name` at or before `us`.
+const Entry* entryAt(const Timeline& t, const std::string& name, int64_t us) {
     const Entry* found = nullptr;
+    std::optional<int> last;
     for (const auto& e : t.entries) {
         if (e.changedAtUs() > us)
             break;
-        if (!e.events.empty() || found == nullptr)
+        std::optional<int> value;
+        for (const auto& v : e.effective) {
+            if (v.name == name)
+                value = v.value;
+        }
+        if (value != last || found == nullptr)
             found = &e;
+        last = value;
     }
     return found;
 }
@@ -52,8 +59,8 @@ SideDifference describe(const Timeline& ta, const Timeline& tb, const ResourceTr
     d.timeUs = us;
     d.a = a.valueAt(us + settleUs);
     d.b = b.valueAt(us + settleUs);
-    const Entry* ea = entryAt(ta, us);
-    const Entry* eb = entryAt(tb, us);
+    const Entry* ea = entryAt(ta, a.name, us);
+    const Entry* eb = entryAt(tb, b.name, us);
     // The side whose change came last made them part.
     const bool fromB = eb && (!ea || eb->changedAtUs() > ea->changedAtUs());
     const Entry* e = fromB ? eb : ea;

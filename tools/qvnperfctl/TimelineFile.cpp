@@ -3,6 +3,7 @@
 #include <json/json.h>
 
 #include <fstream>
+#include <iterator>
 #include <stdexcept>
 
 namespace qvnperfctl {
@@ -74,35 +75,32 @@ struct Bad : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-const Json::Value& member(const Json::Value& object, const char* name, Json::ValueType type) {
+// jsoncpp converts freely between kinds (a number "is convertible" to text): check the
+// kind itself.
+const Json::Value& member(const Json::Value& object, const char* name,
+                          bool (Json::Value::*is)() const) {
     if (!object.isObject())
         throw Bad("an object was expected");
     const Json::Value& v = object[name];
-    if (!v.isConvertibleTo(type) || v.isNull())
+    if (!(v.*is)())
         throw Bad(std::string("bad or missing \"") + name + "\"");
     return v;
 }
 
 std::string text(const Json::Value& o, const char* name) {
-    return member(o, name, Json::stringValue).asString();
+    return member(o, name, &Json::Value::isString).asString();
 }
 int64_t int64(const Json::Value& o, const char* name) {
-    const Json::Value& v = member(o, name, Json::intValue);
-    if (!v.isInt64())
-        throw Bad(std::string("bad \"") + name + "\"");
-    return v.asInt64();
+    return member(o, name, &Json::Value::isInt64).asInt64();
 }
 int int32(const Json::Value& o, const char* name) {
-    int64_t v = int64(o, name);
-    if (v < INT32_MIN || v > INT32_MAX)
-        throw Bad(std::string("bad \"") + name + "\"");
-    return static_cast<int>(v);
+    return member(o, name, &Json::Value::isInt).asInt();
 }
 uint64_t uint64(const Json::Value& o, const char* name) {
-    const Json::Value& v = member(o, name, Json::uintValue);
-    if (!v.isUInt64())
-        throw Bad(std::string("bad \"") + name + "\"");
-    return v.asUInt64();
+    return member(o, name, &Json::Value::isUInt64).asUInt64();
+}
+bool flag(const Json::Value& o, const char* name) {
+    return member(o, name, &Json::Value::isBool).asBool();
 }
 
 std::vector<ResourceValue> readValues(const Json::Value& list) {
@@ -172,7 +170,7 @@ LockEvent readEvent(const Json::Value& e) {
     event.handle = int32(e, "handle");
     event.durationMs = int32(e, "duration_ms");
     event.timeUs = int64(e, "time_us");
-    event.afterExpiry = member(e, "after_expiry", Json::booleanValue).asBool();
+    event.afterExpiry = flag(e, "after_expiry");
     event.reason = text(e, "reason");
     event.pairs = readValues(e["pairs"]);
     event.lockPairs = readValues(e["lock_pairs"]);
@@ -184,7 +182,7 @@ Entry readEntry(const Json::Value& e) {
     entry.timeUs = int64(e, "time_us");
     entry.step = text(e, "step");
     entry.scriptLine = int32(e, "line");
-    entry.perRequest = member(e, "per_request", Json::booleanValue).asBool();
+    entry.perRequest = flag(e, "per_request");
     entry.notes = readStrings(e["notes"]);
     entry.marks = readStrings(e["marks"]);
     if (!e["events"].isArray())

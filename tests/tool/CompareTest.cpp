@@ -1,0 +1,92 @@
+// qvnperfctl compare on the examples' what-if, on a leaking side and on bad command lines.
+
+#include "ToolRunner.h"
+
+namespace {
+
+const std::string kPreview = EXAMPLES_DIR "/sessions/preview.json";
+
+// The output's shape. Its figures depend on timing until sessions play on virtual time;
+// then the whole output and picture become golden files.
+TEST(Compare, ShowsOnlyTheResourcesThatDifferWithTheirTimesAndLockCounts) {
+    const std::string svg = tempPath("compare.svg");
+    const ToolRun run = runTool({"compare", kPreview, "--svg", svg, "--a", "--custom",
+                                 EXAMPLE_CUSTOM_LIB, "--b", "--custom", POWER_SAVING_CUSTOM_LIB});
+    ASSERT_EQ(run.status, 0) << run.out << run.err;
+    const std::string out = squeeze(run.out);
+    EXPECT_THAT(out, HasSubstr("A: --custom " EXAMPLE_CUSTOM_LIB
+                               "\nB: --custom " POWER_SAVING_CUSTOM_LIB "\n"));
+    // The power-saving policy holds no floor on the little cluster while previewing.
+    EXPECT_THAT(out, testing::ContainsRegex("first difference: [0-9.]+ ms, at "));
+    EXPECT_THAT(out, testing::ContainsRegex(
+                         "CPU floor, cluster 0 \\(PERF_RES_CPUFREQ_MIN_CLUSTER_0\\), first "
+                         "differs at [^\n]*\nnot held [0-9.]+ ms vs [0-9.]+ ms\nat or above"));
+    // The platform lock is the same on both sides: none of its resources is listed.
+    EXPECT_THAT(out, testing::Not(HasSubstr("PERF_RES_FPS_ZELTRO_ENABLE")));
+    EXPECT_THAT(out, testing::ContainsRegex("\nlocks A B\ngranted [0-9]+ [0-9]+\n"
+                                            "re-issued [0-9]+ [0-9]+\nreleased [^\n]*\n"
+                                            "expired [^\n]*\nrefused 0 0\nbad releases 0 0\n"
+                                            "leaked 0 0\n$"));
+    const std::string picture = readText(svg);
+    EXPECT_EQ(std::system(("xmllint --noout " + svg +
+                           " 2>/dev/null || ! command -v xmllint "
+                           ">/dev/null")
+                              .c_str()),
+              0);
+    // Per chart, A solid and B dashed.
+    int dashed = 0;
+    for (size_t at = 0;
+         (at = picture.find("stroke-dasharray=\"7,4\" points", at)) != std::string::npos; ++at)
+        ++dashed;
+    EXPECT_GE(dashed, 4);
+    for (const char* chart : {"CPU floor, cluster 0", "CPU floor, cluster 2",
+                              "DRAM operating point floor", "first difference"})
+        EXPECT_THAT(picture, HasSubstr(chart));
+}
+
+// In real time the two sides drift apart by scheduling; on virtual time they match to
+// the microsecond. Enabled when sessions play on virtual time.
+TEST(Compare, DISABLED_SameTuningOnBothSidesShowsNoDifference) {
+    const ToolRun run =
+        runTool({"compare", kPreview, "--custom", EXAMPLE_CUSTOM_LIB, "--a", "--b"});
+    ASSERT_EQ(run.status, 0) << run.out << run.err;
+    EXPECT_THAT(run.out, HasSubstr("\nno difference: every resource holds the same values"));
+    EXPECT_THAT(run.out, testing::Not(HasSubstr("first difference")));
+}
+
+TEST(Compare, AProblemOnEitherSideExitsOne) {
+    const ToolRun run = runTool({"compare", TOOL_TEST_DATA "/leaking_session.json", "--a", "--b"});
+    EXPECT_EQ(run.status, 1) << run.out << run.err;
+    EXPECT_THAT(squeeze(run.out), HasSubstr("leaked 1 1\n"));
+    EXPECT_THAT(run.out, HasSubstr("A leaked lock 1 (open camera: platform)"));
+    EXPECT_THAT(run.err, HasSubstr("side B had problems"));
+}
+
+TEST(Compare, BadCommandLinesExitTwoBeforeAnythingRuns) {
+    // clang-format off
+    const std::pair<std::vector<std::string>, std::string> cases[] = {
+        {{kPreview}, "needs both --a and --b"},
+        {{kPreview, "--a"}, "needs both --a and --b"},
+        {{kPreview, "--b", "--a"}, "--a must come before --b"},
+        {{kPreview, "--a", "--a", "--b"}, "--a given twice"},
+        {{kPreview, "--a", "--svg", "x.svg", "--b"}, "give it before --a"},
+        {{kPreview, "--svg"}, "--svg needs a value"},
+        {{kPreview, "--trace", "t.json", "--a", "--b"}, "--trace is for simulate"},
+        {{kPreview, "--a", "--b", "--colour"}, "side B: unknown option --colour"},
+        {{"--a", "--prop", "x", "--b"}, "side A: --prop needs NAME=VALUE"},
+        {{"--a", "--b"}, "missing SESSION.json"},
+        {{kPreview, "--svg", "/no/such/dir/x.svg", "--a", "--b"}, "cannot write /no/such/dir/x.svg"},
+        {{TOOL_TEST_DATA "/no_such_session.json", "--a", "--b"}, "could not run"},
+    };
+    // clang-format on
+    for (const auto& [args, message] : cases) {
+        std::vector<std::string> command = {"compare"};
+        command.insert(command.end(), args.begin(), args.end());
+        const ToolRun run = runTool(command);
+        EXPECT_EQ(run.status, 2) << message;
+        EXPECT_EQ(run.out, "") << message;
+        EXPECT_THAT(run.err, HasSubstr(message));
+    }
+}
+
+}  // namespace
