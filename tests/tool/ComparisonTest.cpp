@@ -193,6 +193,27 @@ TEST(Comparison, FindsWhereTheSidesPartAndIgnoresWhatIsTheSame) {
     }
 }
 
+TEST(Comparison, StepsPlayedLateOnOneSideAreLaidOnTheOther) {
+    const Timeline a = timeline(kCluster0,
+                                {{0, "open", 1000000},
+                                 {200, "configure", 1400000},
+                                 {400, "expiry", 1000000},
+                                 {500, "close", -1}},
+                                600);
+    // Every step 30 ms late, the expiry 200 ms after its step as on A.
+    const Timeline late = timeline(kCluster0,
+                                   {{30, "open", 1000000},
+                                    {230, "configure", 1400000},
+                                    {430, "expiry", 1000000},
+                                    {530, "close", -1}},
+                                   640);
+    EXPECT_EQ(compareTimelines(a, late).resources.size(), 1u);
+    const Timeline aligned = alignedTo(a, late);
+    EXPECT_EQ(aligned.entries[2].timeUs, 400'000);
+    EXPECT_EQ(aligned.endUs, a.endUs);
+    EXPECT_TRUE(compareTimelines(a, aligned).resources.empty());
+}
+
 TEST(SvgText, CutsOnCharacterBoundaries) {
     const std::string e = "\xc3\xa9";              // é, two bytes
     const std::string yen = "\xe5\x86\x86";        // 円, three bytes

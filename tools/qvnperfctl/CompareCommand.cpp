@@ -177,9 +177,10 @@ int runCompare(const std::vector<std::string>& args) {
             words.erase(session);
         return joined(words);
     };
-    // Both sides play in real time and drift apart by scheduling noise, a few
-    // milliseconds a second: differences within 1 % of the session are that noise.
-    const int64_t noiseUs = std::max(a.timeline.endUs, b.timeline.endUs) / 100;
+    // Both sides play in real time: B's steps are laid on A's, and what is left of the
+    // scheduling noise (a step's own lateness) is ignored.
+    b.timeline = alignedTo(a.timeline, std::move(b.timeline));
+    const int64_t noiseUs = std::max<int64_t>(2000, a.timeline.endUs / 100);
     const Comparison comparison = compareTimelines(a.timeline, b.timeline, noiseUs);
     printComparison(comparison, a.timeline, b.timeline, {"A", optionsOf(sides.a)},
                     {"B", optionsOf(sides.b)}, stdout);

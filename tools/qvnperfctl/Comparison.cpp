@@ -79,7 +79,11 @@ SideDifference describe(const Timeline& ta, const Timeline& tb, const ResourceTr
         locks += std::string(locks.empty() ? "" : ", ") + "lock " + std::to_string(event.handle) +
                  (role != t.lockRole.end() ? " (" + role->second + ")" : "");
     }
-    d.step = e->step + " of " + locks + " on " + (fromB ? "B" : "A");
+    // Both sides may have had it at that moment.
+    const Entry* other = fromB ? ea : eb;
+    const bool both = other && other->step == e->step &&
+                      std::llabs(other->changedAtUs() - e->changedAtUs()) <= settleUs;
+    d.step = e->step + " of " + locks + (both ? " on both sides" : fromB ? " on B" : " on A");
     return d;
 }
 
@@ -92,6 +96,49 @@ std::string stepText(const SideDifference& d) {
 }
 
 }  // namespace
+
+namespace {
+
+// When each scripted entry took effect, by label and occurrence: the same entries on
+// both sides of one session.
+std::map<std::pair<std::string, int>, int64_t> anchorsOf(const Timeline& t) {
+    std::map<std::pair<std::string, int>, int64_t> anchors;
+    std::map<std::string, int> seen;
+    for (const auto& e : t.entries) {
+        if (e.scriptLine > 0 || e.perRequest)
+            anchors[{e.step, seen[e.step]++}] = e.changedAtUs();
+    }
+    return anchors;
+}
+
+}  // namespace
+
+Timeline alignedTo(const Timeline& reference, Timeline other) {
+    const auto wanted = anchorsOf(reference);
+    std::map<int64_t, int64_t> map = {{0, 0}};  // other's time -> reference's
+    for (const auto& [key, at] : anchorsOf(other)) {
+        auto it = wanted.find(key);
+        if (it != wanted.end())
+            map[at] = it->second;
+    }
+    // Shifted by the last step's lateness, not stretched: durations (a lock's expiry)
+    // stay what they were.
+    auto warp = [&](int64_t us) {
+        auto last = std::prev(map.upper_bound(us));
+        return us - last->first + last->second;
+    };
+    for (auto& e : other.entries) {
+        e.timeUs = warp(e.timeUs);
+        for (auto& event : e.events)
+            event.timeUs = warp(event.timeUs);
+    }
+    for (auto* locks : {&other.leaks, &other.stillTimed}) {
+        for (auto& lock : *locks)
+            lock.grantedUs = warp(lock.grantedUs);
+    }
+    other.endUs = reference.endUs;
+    return other;
+}
 
 std::optional<ResourceDifference> Comparison::first() const {
     const ResourceDifference* best = nullptr;
@@ -143,8 +190,12 @@ void printComparison(const Comparison& c, const Timeline& a, const Timeline& b,
                      side->options.empty() ? "(no options)" : side->options.c_str());
     }
     const TimeUnit unit = unitFor(std::max(a.endUs, b.endUs));
-    std::fprintf(out, "  session: %s (A), %s (B)\n\n", formatTime(a.endUs, unit).c_str(),
-                 formatTime(b.endUs, unit).c_str());
+    if (a.endUs == b.endUs) {
+        std::fprintf(out, "  session: %s\n\n", formatTime(a.endUs, unit).c_str());
+    } else {
+        std::fprintf(out, "  session: %s (A), %s (B)\n\n", formatTime(a.endUs, unit).c_str(),
+                     formatTime(b.endUs, unit).c_str());
+    }
 
     if (auto first = c.first()) {
         const SideDifference& d = first->first;

@@ -34,6 +34,12 @@ struct Comparison {
     std::optional<ResourceDifference> first() const;
 };
 
+// `other` with its times laid on `reference`'s: each step the session scripted (and each
+// request) takes effect when it did in `reference`, and what follows a step moves with
+// it. Sessions played in real time drift apart step by step; on virtual time the two
+// already agree and nothing moves.
+Timeline alignedTo(const Timeline& reference, Timeline other);
+
 // Differences that last no longer than `sameWithinUs`, or add up to no more, do not count.
 Comparison compareTimelines(const Timeline& a, const Timeline& b, int64_t sameWithinUs = 0);
 
