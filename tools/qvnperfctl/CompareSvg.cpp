@@ -86,7 +86,9 @@ bool writeCompareSvg(const Comparison& comparison, const Timeline& a, const Time
         charts.emplace_back(&pa.cpuFloors[i], &pb.cpuFloors[i]);
     charts.emplace_back(&pa.dram, &pb.dram);
     double firstChartTop = -1;
-    for (const auto& [sa, sb] : charts) {
+    for (const auto& chart : charts) {
+        const StepSeries* sa = chart.first;
+        const StepSeries* sb = chart.second;
         const bool cpu = sa->resource.find("CPUFREQ") != std::string::npos;
         const bool differs = std::any_of(comparison.resources.begin(), comparison.resources.end(),
                                          [&](const auto& r) { return r.name == sa->resource; });
