@@ -10,6 +10,7 @@
 namespace qvnperfctl {
 
 int runSimulate(const std::vector<std::string>& args);
+int runCompare(const std::vector<std::string>& args);
 int runCheckConfig(const std::vector<std::string>& args);
 int runResources(const std::vector<std::string>& args);
 

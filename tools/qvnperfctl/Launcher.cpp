@@ -2,6 +2,7 @@
 
 #include <QvnPerfService.h>
 #include <dlfcn.h>
+#include <fcntl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -78,6 +79,50 @@ int fail(const std::string& message) {
     return kExitUsage;
 }
 
+// Runs this program with `args` in a child that `prepare` sets up, and waits for it.
+template <typename Prepare>
+int spawnSelf(const std::vector<std::string>& args, Prepare prepare) {
+    std::vector<char*> argv;
+    std::string self = "qvnperfctl";
+    argv.push_back(self.data());
+    std::vector<std::string> copies(args);
+    for (auto& arg : copies)
+        argv.push_back(arg.data());
+    argv.push_back(nullptr);
+
+    std::fflush(nullptr);
+    pid_t child = fork();
+    if (child < 0)
+        return fail(std::string("cannot start: ") + std::strerror(errno));
+    if (child == 0) {
+        prepare();
+        execv("/proc/self/exe", argv.data());
+        std::fprintf(stderr, "qvnperfctl simulate: cannot run /proc/self/exe: %s\n",
+                     std::strerror(errno));
+        _exit(kExitUsage);
+    }
+    // Ctrl-C reaches the simulation too, and the reader of its output may go away: this
+    // process stays either way, to clean up after it.
+    IgnoredSignal interrupt(SIGINT);
+    IgnoredSignal brokenPipe(SIGPIPE);
+    int status = 0;
+    while (waitpid(child, &status, 0) < 0) {
+        if (errno != EINTR) {
+            return fail(std::string("lost the simulation: ") + std::strerror(errno));
+        }
+    }
+    if (WIFEXITED(status)) {
+        return WEXITSTATUS(status);
+    }
+    if (WTERMSIG(status) == SIGINT) {
+        return fail("interrupted");
+    }
+    // A crash inside the controller or the customisation library is a finding.
+    std::fprintf(stderr, "qvnperfctl simulate: the simulation died: %s\n",
+                 strsignal(WTERMSIG(status)));
+    return kExitProblems;
+}
+
 }  // namespace
 
 bool isRelaunched() {
@@ -120,47 +165,22 @@ int relaunch(const std::vector<std::string>& args, const LaunchPlan& plan) {
         searchPath += (searchPath.empty() ? "" : ":") + part;
     }
 
-    std::vector<char*> argv;
-    std::string self = "qvnperfctl";
-    argv.push_back(self.data());
-    std::vector<std::string> copies(args);
-    for (auto& arg : copies)
-        argv.push_back(arg.data());
-    argv.push_back(nullptr);
-
-    std::fflush(nullptr);
-    pid_t child = fork();
-    if (child < 0)
-        return fail(std::string("cannot start: ") + std::strerror(errno));
-    if (child == 0) {
+    return spawnSelf(args, [&] {
         setenv(kRunDirVar, dir.path().c_str(), 1);
         setenv("QVNCAM_PROPERTIES", properties.path().c_str(), 1);
         setenv("LD_LIBRARY_PATH", searchPath.c_str(), 1);
-        execv("/proc/self/exe", argv.data());
-        std::fprintf(stderr, "qvnperfctl simulate: cannot run /proc/self/exe: %s\n",
-                     std::strerror(errno));
-        _exit(kExitUsage);
-    }
-    // Ctrl-C reaches the simulation too, and the reader of its output may go away: this
-    // process stays either way, to clean up after it.
-    IgnoredSignal interrupt(SIGINT);
-    IgnoredSignal brokenPipe(SIGPIPE);
-    int status = 0;
-    while (waitpid(child, &status, 0) < 0) {
-        if (errno != EINTR) {
-            return fail(std::string("lost the simulation: ") + std::strerror(errno));
+    });
+}
+
+int runSelf(const std::vector<std::string>& args, const std::string& stdoutPath) {
+    return spawnSelf(args, [&] {
+        int fd = open(stdoutPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+        if (fd < 0 || dup2(fd, STDOUT_FILENO) < 0) {
+            std::fprintf(stderr, "qvnperfctl: cannot write %s: %s\n", stdoutPath.c_str(),
+                         std::strerror(errno));
+            _exit(kExitUsage);
         }
-    }
-    if (WIFEXITED(status)) {
-        return WEXITSTATUS(status);
-    }
-    if (WTERMSIG(status) == SIGINT) {
-        return fail("interrupted");
-    }
-    // A crash inside the controller or the customisation library is a finding.
-    std::fprintf(stderr, "qvnperfctl simulate: the simulation died: %s\n",
-                 strsignal(WTERMSIG(status)));
-    return kExitProblems;
+    });
 }
 
 }  // namespace qvnperfctl

@@ -23,4 +23,8 @@ bool isRelaunched();
 // it and returns its exit status; kExitUsage with a message on stderr when it cannot.
 int relaunch(const std::vector<std::string>& args, const LaunchPlan& plan);
 
+// Runs this program as a plain subcommand with its standard output sent to
+// `stdoutPath`, waits for it and returns its exit status as relaunch() does.
+int runSelf(const std::vector<std::string>& args, const std::string& stdoutPath);
+
 }  // namespace qvnperfctl

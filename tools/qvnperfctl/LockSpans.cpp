@@ -2,25 +2,13 @@
 
 #include <map>
 
+#include "ResourceTimes.h"
+
 namespace qvnperfctl {
 namespace {
 
-// When an entry's changes took effect: its last lock event, else its start.
-int64_t effectiveTime(const Entry& e) {
-    return e.events.empty() ? e.timeUs : e.events.back().timeUs;
-}
-
 void follow(StepSeries& series, const Timeline& timeline) {
-    series.points.emplace_back(0, std::nullopt);
-    for (const auto& e : timeline.entries) {
-        std::optional<int> value;
-        for (const auto& v : *e.effective) {
-            if (v.name == series.resource)
-                value = v.value;
-        }
-        if (value != series.points.back().second)
-            series.points.emplace_back(effectiveTime(e), value);
-    }
+    series.points = trackOf(timeline, series.resource).points;
 }
 
 }  // namespace
@@ -32,11 +20,15 @@ Picture buildPicture(const Timeline& timeline) {
     for (const auto& e : timeline.entries) {
         if (!e.perRequest && e.step != "expiry")
             picture.steps.push_back({e.timeUs, e.step});
+        for (const auto& mark : e.marks)
+            picture.events.push_back({e.timeUs, mark});
         for (const auto& event : e.events) {
             if (event.kind == LockEventKind::Granted) {
                 LockBar bar;
                 bar.handle = event.handle;
                 bar.origin = e.step;
+                auto role = timeline.lockRole.find(event.handle);
+                bar.role = role != timeline.lockRole.end() ? role->second : e.step;
                 bar.durationMs = event.durationMs;
                 bar.startUs = bar.endUs = event.timeUs;
                 bar.ending = "held at the end";

@@ -15,6 +15,7 @@ namespace qvnperfctl {
 struct LockBar {
     int handle = 0;
     std::string origin;
+    std::string role;  // "open camera: platform", "request 12", ...
     int durationMs = 0;
     int64_t startUs = 0;
     int64_t endUs = 0;
@@ -41,6 +42,7 @@ struct Picture {
     std::vector<StepSeries> cpuFloors;  // clusters 0, 1, 2
     StepSeries dram;
     std::vector<StepMark> steps;  // scripted steps, requests left out
+    std::vector<StepMark> events;  // C2PS set-up, thread placements
 };
 
 Picture buildPicture(const Timeline& timeline);

@@ -21,7 +21,10 @@
 #include "PerfCtrlProperties.h"
 #include "PropertyFile.h"
 #include "SessionScript.h"
+#include "ResourceTimes.h"
+#include "SimulateOptions.h"
 #include "Simulator.h"
+#include "TimelineFile.h"
 #include "SvgWriter.h"
 #include "TimelinePrinter.h"
 #include "qvncam/platform/JsonText.h"
@@ -53,6 +56,7 @@ const char* kUsage =
     "  --trace OUT.json      Chrome trace-event file (Perfetto UI, chrome://tracing)\n"
     "  --svg OUT.svg         the timeline as one SVG picture\n"
     "  --real-time           let the session's time pass for real instead\n"
+    "  --timeline OUT.json   the timeline as JSON, for other programs\n"
     "\n"
     "A session script is a JSON object: \"description\", \"properties\" (set before\n"
     "the library loads) and \"steps\", each an object with an \"op\":\n"
@@ -72,21 +76,30 @@ const char* kUsage =
     "Exit status: 0 clean run, 1 a lock leaked, was released badly or was refused by the\n"
     "service, 2 usage, script or I/O error.\n";
 
-struct Options {
-    std::string session;
-    std::string custom;
-    std::string config;
-    std::vector<std::pair<std::string, std::string>> props;
-    std::string trace;
-    std::string svg;
-    bool realTime = false;
-};
+using Options = SimulateOptions;
 
-// Parses the command line; an empty optional result means it was fine.
-std::optional<std::string> parseOptions(const CommandLine& line, Options& out) {
+}  // namespace
+
+std::optional<std::string> parseSimulateOptions(const std::vector<std::string>& args,
+                                                SimulateOptions& out) {
+    CommandLine line;
+    auto problem = parseCommandLine(args,
+                                    {{"custom", true},
+                                     {"config", true},
+                                     {"prop", true},
+                                     {"trace", true},
+                                     {"svg", true},
+                                     {"timeline", true},
+                                     {"real-time", false}},
+                                    line);
+    out.help = line.help;
+    if (problem)
+        return problem;
     for (const auto& [name, value] : line.options) {
         if (name == "real-time") {
             out.realTime = true;
+        } else if (name == "timeline") {
+            out.timeline = value;
         } else if (name == "custom") {
             out.custom = value;
         } else if (name == "config") {
@@ -109,6 +122,8 @@ std::optional<std::string> parseOptions(const CommandLine& line, Options& out) {
     out.session = line.operands.front();
     return std::nullopt;
 }
+
+namespace {
 
 // Loads and checks the script; prints its problems with their lines.
 bool loadSession(const std::string& path, Session& session) {
@@ -155,6 +170,21 @@ std::string customLibraryInUse() {
     return path;
 }
 
+// The user strings the controller gives the custom locks: a JSON section in use takes
+// the place of the customisation library's answer.
+CustomOrigins customOrigins(const std::string& config) {
+    CustomOrigins origins;
+    JsonSource source;
+    if (config.empty() || source.load(config) != JsonSource::Status::Ok ||
+        !source.root().isObject())
+        return origins;
+    if (source.root().isMember("enter_cam"))
+        origins.enterCamera = "enterCam-json";
+    if (source.root().isMember("config_cam"))
+        origins.configureStream = "configureStream-from-json";
+    return origins;
+}
+
 // The simulation proper, in the process that relaunch() prepared.
 int play(const Options& options, const Session& session) {
     // A reader that goes away (simulate ... | head) only cuts the timeline short: the
@@ -178,12 +208,19 @@ int play(const Options& options, const Session& session) {
     }
     if (properties.entries().empty())
         setup.emplace_back(label, "none");
-    Timeline timeline = simulate(session, *ctrl, properties, {options.realTime});
+    Timeline timeline = simulate(session, *ctrl, properties,
+                                 {options.realTime, customOrigins(options.config)});
     timeline.setup = std::move(setup);
     printTimeline(timeline, stdout);
+    std::fputs("\n", stdout);
+    printTimeAtValue(timeline, stdout);
     std::fflush(stdout);
 
     int status = timeline.clean() ? kExitOk : kExitProblems;
+    if (!options.timeline.empty() && !writeTimelineFile(timeline, options.timeline)) {
+        std::fprintf(stderr, "qvnperfctl simulate: cannot write %s\n", options.timeline.c_str());
+        status = kExitUsage;
+    }
     if (!options.trace.empty() || !options.svg.empty()) {
         Picture picture = buildPicture(timeline);
         if (!options.trace.empty() && !writeChromeTrace(timeline, picture, options.trace)) {
@@ -203,17 +240,12 @@ int play(const Options& options, const Session& session) {
 }  // namespace
 
 int runSimulate(const std::vector<std::string>& args) {
-    CommandLine line;
-    auto problem = parseCommandLine(
-        args, {{"custom", true}, {"config", true}, {"prop", true}, {"trace", true}, {"svg", true}, {"real-time", false}},
-        line);
-    if (line.help) {
+    Options options;
+    auto problem = parseSimulateOptions(args, options);
+    if (options.help) {
         std::fputs(kUsage, stdout);
         return kExitOk;
     }
-    Options options;
-    if (!problem)
-        problem = parseOptions(line, options);
     if (problem)
         return usageError("simulate", *problem);
     Session session;
@@ -241,7 +273,7 @@ int runSimulate(const std::vector<std::string>& args) {
         return kExitUsage;
     }
     plan.customLibrary = options.custom;
-    for (const auto* out : {&options.trace, &options.svg}) {
+    for (const auto* out : {&options.trace, &options.svg, &options.timeline}) {
         if (!out->empty() && !writable(*out)) {
             std::fprintf(stderr, "qvnperfctl simulate: cannot write %s\n", out->c_str());
             return kExitUsage;

@@ -9,11 +9,14 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <thread>
 
+#include "C2PSMachine.h"
 #include "DumpStep.h"
 #include "ServiceProbe.h"
 #include "qvncam/platform/Clock.h"
+#include "qvncam/platform/HostControl.h"
 #include "qvncam/platform/VirtualClock.h"
 
 namespace qvnperfctl {
@@ -94,15 +97,31 @@ class VirtualTime {
     bool mOn;
 };
 
+// The C2PS set-up the controller made since the last look, as one line.
+std::optional<std::string> takeC2PSInit() {
+    C2PSInitParams p{};
+    if (!qvncam::host::lastC2PSInit(&p))
+        return std::nullopt;
+    qvncam::host::resetC2PSInit();
+    char text[160];
+    std::snprintf(text, sizeof text,
+                  "C2PS set up: scenario %d, %d fps, feature %d, um ratio %d, um min %d%s%s",
+                  p.scenario, p.fps, p.featureCustomization, p.lmcoreUmRatio, p.umMin,
+                  p.disableIneffCpufreq ? ", inefficient frequencies off" : "",
+                  p.pfPolicy ? ", pf policy" : "");
+    return std::string(text);
+}
+
 class Simulator {
   public:
     Simulator(const Session& session, Cam3PerfCtrl& ctrl, PropertyFile& properties,
-              const SimulateOptions& options)
+              const PlayOptions& options)
         : mSession(session),
           mCtrl(ctrl),
           mProperties(properties),
           mRealTime(options.realTime),
-          mVirtualTime(!options.realTime) {}
+          mVirtualTime(!options.realTime),
+          mCustomOrigins(options.origins) {}
 
     Timeline run() {
         mTimeline.sessionPath = mSession.path;
@@ -129,9 +148,11 @@ class Simulator {
     };
 
     // One timeline entry: the lock events `action` causes and the effective values after it.
+    // `roles` name the locks the action asks for, in order; the last one names any more.
     void entry(const std::string& label, const std::function<void(Notes&)>& action,
-               bool perRequest = false) {
+               bool perRequest = false, std::vector<std::string> roles = {}) {
         flushExpiries();
+        mRoles = std::move(roles);
         Entry e;
         e.timeUs = mProbe.nowUs();
         e.step = label;
@@ -139,14 +160,27 @@ class Simulator {
         e.perRequest = perRequest;
         action(e.notes);
         e.events = mProbe.takeEvents();
+        e.marks = std::move(mMarks);
+        mMarks.clear();
+        if (auto c2ps = takeC2PSInit())
+            e.marks.push_back(*c2ps);
         addEntry(std::move(e));
     }
 
     void addEntry(Entry e) {
+        size_t asked = 0;
         for (const auto& event : e.events) {
-            if (event.kind == LockEventKind::Granted)
+            const bool isNew = event.kind == LockEventKind::Granted ||
+                               (event.kind == LockEventKind::Refused && event.handle == 0);
+            std::string role = e.step;
+            if (isNew && !mRoles.empty())
+                role = mRoles[std::min(asked++, mRoles.size() - 1)];
+            if (event.kind == LockEventKind::Granted) {
                 mTimeline.lockOrigin[event.handle] = e.step;
+                mTimeline.lockRole[event.handle] = role;
+            }
         }
+        mRoles.clear();
         auto effective = mProbe.effective();
         const auto& entries = mTimeline.entries;
         if (!entries.empty() && *entries.back().effective == effective) {
@@ -208,26 +242,35 @@ class Simulator {
     }
 
     void play(const OpenStep& s) {
-        entry("open camera, boost " + std::to_string(s.boostMs) + " ms", [&](Notes&) {
-            mEnterHolder = mCtrl.enterPerfCtrl_EnterCamera(s.boostMs);
-            mSet.enterCamOperator =
-                std::dynamic_pointer_cast<PerfOperatorImp>(mEnterHolder->getPerfOperator());
-        });
+        // The controller takes its locks in this order.
+        std::vector<std::string> roles = {
+            "open camera: platform", "open camera: default boost",
+            "open camera: custom (" + mCustomOrigins.enterCamera + ")"};
+        entry(
+            "open camera, boost " + std::to_string(s.boostMs) + " ms",
+            [&](Notes&) {
+                mEnterHolder = mCtrl.enterPerfCtrl_EnterCamera(s.boostMs);
+                mSet.enterCamOperator =
+                    std::dynamic_pointer_cast<PerfOperatorImp>(mEnterHolder->getPerfOperator());
+            },
+            false, std::move(roles));
     }
 
     void play(const ConfigureStep& s) {
-        entry("configure " + describeStreams(s), [&](Notes& notes) {
-            // The pipeline tears the old streams down before it configures new ones.
-            mSet.configCamOperator.reset();
-            mConfigHolder.reset();
-            mConfigHolder = mCtrl.enterPerfCtrl_ConfigureStream(s.config);
-            if (!mConfigHolder) {
-                notes.push_back("no configure-stream lock (no customisation library)");
-                return;
-            }
-            mSet.configCamOperator =
-                std::dynamic_pointer_cast<PerfOperatorImp>(mConfigHolder->getPerfOperator());
-        });
+        entry("configure " + describeStreams(s),
+              [&](Notes& notes) {
+                  // The pipeline tears the old streams down before it configures new ones.
+                  mSet.configCamOperator.reset();
+                  mConfigHolder.reset();
+                  mConfigHolder = mCtrl.enterPerfCtrl_ConfigureStream(s.config);
+                  if (!mConfigHolder) {
+                      notes.push_back("no configure-stream lock (no customisation library)");
+                      return;
+                  }
+                  mSet.configCamOperator =
+                      std::dynamic_pointer_cast<PerfOperatorImp>(mConfigHolder->getPerfOperator());
+              },
+              false, {"configure: custom (" + mCustomOrigins.configureStream + ")"});
     }
 
     void play(const RequestsStep& s) {
@@ -245,14 +288,13 @@ class Simulator {
             if (!s.metadata.empty() && !s.metadataLabels[which].empty()) {
                 label += " (" + s.metadataLabels[which] + ")";
             }
-            entry(
-                label,
-                [&](Notes&) {
-                    auto holder = mCtrl.enterPerfCtrl_InflightRequest(id, meta, mSet);
-                    if (holder)
-                        mSet.inflightHolder = holder;
-                },
-                true);
+            entry(label,
+                  [&](Notes&) {
+                      auto holder = mCtrl.enterPerfCtrl_InflightRequest(id, meta, mSet);
+                      if (holder)
+                          mSet.inflightHolder = holder;
+                  },
+                  true, {"request " + std::to_string(id)});
             schedule(
                 submitUs + s.completeAfter * intervalUs, "request " + std::to_string(id) + " done",
                 [this, id](Notes&) {
@@ -268,31 +310,36 @@ class Simulator {
     void play(const BoostStep& s) {
         std::string label =
             s.defaultBoost ? "default boost" : "boost level " + std::to_string(s.level);
+        std::string role =
+            s.defaultBoost ? "default boost" : "boost level " + std::to_string(s.level);
         label += ", " + std::to_string(s.timeoutMs) + " ms";
-        entry(label, [&](Notes& notes) {
-            std::unique_ptr<PerfOperator> op =
-                s.defaultBoost
-                    ? mCtrl.runDefaultBoost(s.timeoutMs)
-                    : mCtrl.runPerfBoost(static_cast<EPERF_BOOST_OPERATION>(s.level), s.timeoutMs);
-            if (!op) {
-                notes.push_back("no boost for this level");
-                return;
-            }
-            if (!op->isAlive())
-                notes.push_back("the lock was not granted");
-            if (s.releaseAfterMs) {
-                hold(std::move(op), *s.releaseAfterMs, "boost released");
-            } else if (s.timeoutMs > 0) {
-                // Left to the service's clock: a detached operator never releases.
-                op->detach();
-            } else {
-                hold(std::move(op), -1, "");
-            }
-        });
+        entry(label,
+              [&](Notes& notes) {
+                  std::unique_ptr<PerfOperator> op =
+                      s.defaultBoost
+                          ? mCtrl.runDefaultBoost(s.timeoutMs)
+                          : mCtrl.runPerfBoost(static_cast<EPERF_BOOST_OPERATION>(s.level),
+                                               s.timeoutMs);
+                  if (!op) {
+                      notes.push_back("no boost for this level");
+                      return;
+                  }
+                  if (!op->isAlive())
+                      notes.push_back("the lock was not granted");
+                  if (s.releaseAfterMs) {
+                      hold(std::move(op), *s.releaseAfterMs, "boost released");
+                  } else if (s.timeoutMs > 0) {
+                      // Left to the service's clock: a detached operator never releases.
+                      op->detach();
+                  } else {
+                      hold(std::move(op), -1, "");
+                  }
+              },
+              false, {role});
     }
 
     void play(const AffinityStep& s) {
-        entry("affinity for thread " + s.thread, [&](Notes& notes) {
+        entry("affinity for thread " + s.thread, [&](Notes&) {
             int mask = 0;
             bool placed = false;
             std::string cpus;
@@ -303,10 +350,11 @@ class Simulator {
                 cpus = currentCpus();
             });
             worker.join();
-            notes.push_back("queryAffinity: " +
-                            (mask ? "mask " + hex(static_cast<unsigned>(mask)) : "no placement"));
-            notes.push_back(std::string("setAffinity: ") + (placed ? "placed" : "not placed") +
-                            ", the thread runs on CPUs " + cpus);
+            const std::string maskText =
+                mask ? "mask " + hex(static_cast<unsigned>(mask)) : "no mask";
+            mMarks.push_back("thread " + s.thread +
+                             (placed ? " on CPUs " + cpus + " (" + maskText + ")"
+                                     : " not placed (" + maskText + "), on CPUs " + cpus));
         });
     }
 
@@ -325,7 +373,8 @@ class Simulator {
                   if (!op->isAlive())
                       notes.push_back("the lock was not granted");
                   hold(std::move(op), s.releaseAfterMs.value_or(-1), "EAS control released");
-              });
+              },
+              false, {"EAS task " + std::to_string(tid)});
     }
 
     void play(const PropStep& s) {
@@ -397,6 +446,9 @@ class Simulator {
     ServiceProbe mProbe;
     Timeline mTimeline;
     int mLine = 0;
+    std::vector<std::string> mRoles;  // of the locks the current entry asks for
+    std::vector<std::string> mMarks;  // of the current entry
+    CustomOrigins mCustomOrigins;
     std::multimap<int64_t, Action> mAgenda;
 
     std::shared_ptr<PerfOperatorHolder> mEnterHolder;
@@ -409,7 +461,7 @@ class Simulator {
 }  // namespace
 
 Timeline simulate(const Session& session, Cam3PerfCtrl& ctrl, PropertyFile& properties,
-                  const SimulateOptions& options) {
+                  const PlayOptions& options) {
     return Simulator(session, ctrl, properties, options).run();
 }
 

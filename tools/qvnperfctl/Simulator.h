@@ -1,6 +1,7 @@
 #pragma once
 
-// Plays a session script through the controller, in real time, and records what the
+// Plays a session script through the controller, on the virtual clock or in real time,
+// and records what the
 // host power service saw.
 
 #include <Cam3PerfCtrl.h>
@@ -11,9 +12,18 @@
 
 namespace qvnperfctl {
 
-struct SimulateOptions {
+// Where the custom locks come from, to name them: the user strings the controller
+// gives them ("enterCam" or "enterCam-json", "configureStream" or
+// "configureStream-from-json").
+struct CustomOrigins {
+    std::string enterCamera = "enterCam";
+    std::string configureStream = "configureStream";
+};
+
+struct PlayOptions {
     // Lets the session's time pass for real instead of on the virtual clock.
     bool realTime = false;
+    CustomOrigins origins;
 };
 
 // The task id that eas steps with tid "self" use on the virtual clock, where the output
@@ -25,6 +35,6 @@ constexpr int kSimulatedPipelineTid = 1000;
 // virtual clock the whole process runs on it during the call (the controller and the host
 // power service alike), so the same session gives the same timeline every time.
 Timeline simulate(const Session& session, NSCam::NSCamFeature::NSCamPerfCtrl::Cam3PerfCtrl& ctrl,
-                  PropertyFile& properties, const SimulateOptions& options = {});
+                  PropertyFile& properties, const PlayOptions& options = {});
 
 }  // namespace qvnperfctl

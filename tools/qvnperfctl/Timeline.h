@@ -42,10 +42,16 @@ struct Entry {
     int scriptLine = 0;              // 0 for entries the session did not script
     bool perRequest = false;         // a request or its completion, not a step of its own
     std::vector<std::string> notes;  // what the controller answered
+    // What the controller set up besides locks (C2PS, thread placements): shown as
+    // events of their own in the timeline and the pictures.
+    std::vector<std::string> marks;
     std::vector<LockEvent> events;
     // After this entry, by ascending id; never null. Shared with the entry before when it
     // did not change, which keeps sessions of many thousand requests small.
     std::shared_ptr<const std::vector<ResourceValue>> effective;
+
+    // When the entry's changes took effect: its last lock event, else its start.
+    int64_t changedAtUs() const { return events.empty() ? timeUs : events.back().timeUs; }
 };
 
 struct LockSummary {
@@ -63,6 +69,7 @@ struct Timeline {
     std::vector<std::pair<std::string, std::string>> setup;  // what ran: label, value
     std::vector<Entry> entries;
     std::map<int, std::string> lockOrigin;  // handle -> step that granted it
+    std::map<int, std::string> lockRole;    // handle -> "open camera: platform", ...
     int64_t endUs = 0;
     QvnPerfCounters counters{};
     std::vector<LockSummary> leaks;       // live without expiry at the end

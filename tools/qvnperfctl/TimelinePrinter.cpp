@@ -40,7 +40,9 @@ class Printer {
     }
 
   private:
-    static bool isQuiet(const Entry& e) { return e.events.empty() && e.notes.empty(); }
+    static bool isQuiet(const Entry& e) {
+        return e.events.empty() && e.notes.empty() && e.marks.empty();
+    }
 
     void printSetup() {
         std::fprintf(mOut, "qvnperfctl simulate %s\n", mTimeline.sessionPath.c_str());
@@ -70,6 +72,8 @@ class Printer {
         std::fprintf(mOut, "\n");
         for (const auto& note : e.notes)
             std::fprintf(mOut, "%s%s\n", kIndent, note.c_str());
+        for (const auto& mark : e.marks)
+            std::fprintf(mOut, "%sevent      %s\n", kIndent, mark.c_str());
         for (const auto& event : e.events)
             printEvent(event);
         printEffectiveChanges(*e.effective);

@@ -20,6 +20,8 @@ const char* kUsage =
     "           [--prop NAME=VALUE]... [--trace OUT.json] [--svg OUT.svg] [--real-time]\n"
     "      play a camera session through the controller against the host power\n"
     "      service and print every lock it takes\n"
+    "  compare SESSION.json [OPTIONS] [--svg OUT.svg] --a [OPTIONS] --b [OPTIONS]\n"
+    "      play one session under two tunings and show what differs\n"
     "  check-config [--show] CONFIG.json...\n"
     "      check a JSON configuration before it goes on a device, as the controller\n"
     "      reads it\n"
@@ -47,6 +49,8 @@ int main(int argc, char** argv) {
     }
     if (command == "simulate")
         return runSimulate(args);
+    if (command == "compare")
+        return runCompare(args);
     if (command == "check-config")
         return runCheckConfig(args);
     if (command == "resources")
