@@ -4,7 +4,6 @@
 
 #include "FuzzSupport.h"
 #include "PerfOperatorImp.h"
-#include "ULogger.h"
 
 namespace fuzzsupport {
 
@@ -24,7 +23,6 @@ inline void quietControllerCommon() {
     setProperty("vendor.debug.qvncam.ulog.mask", "0x1001000");
     setProperty("vendor.debug.qvncam.ulog.mode", "2");
     setProperty("vendor.cam3perfctrl.log", "1");
-    NSCam::Utils::ULog::ULogger::reload();
 }
 
 }  // namespace fuzzsupport

@@ -13,10 +13,14 @@
 #include <cstring>
 
 #include "qvncam/platform/Properties.h"
+#include "ULoggerState.h"
 
 namespace NSCam {
 namespace Utils {
 namespace ULog {
+
+std::atomic<bool> gSettingsLoaded{false};
+
 namespace {
 
 constexpr int kDefaultDetail = 2;
@@ -25,7 +29,6 @@ constexpr uint32_t kDefaultMode = 1;
 
 // Read on every log statement, also during static destruction: plain atomics with
 // constant initialisation, holding the defaults until the properties are read.
-std::atomic<bool> gLoaded{false};
 std::atomic<int> gDetail{kDefaultDetail};
 std::atomic<uint32_t> gMask{kDefaultMask};
 std::atomic<uint32_t> gMode{kDefaultMode};
@@ -45,9 +48,20 @@ uint32_t readWord(const char* name, uint32_t defaultValue) {
     return static_cast<uint32_t>(parsed);
 }
 
+void load() {
+    const int savedErrno = errno;
+    gDetail.store(
+        qvncam::platform::property_get_int32("vendor.debug.qvncam.ulog.detail", kDefaultDetail),
+        std::memory_order_relaxed);
+    gMask.store(readWord("vendor.debug.qvncam.ulog.mask", kDefaultMask), std::memory_order_relaxed);
+    gMode.store(readWord("vendor.debug.qvncam.ulog.mode", kDefaultMode), std::memory_order_relaxed);
+    gSettingsLoaded.store(true, std::memory_order_release);
+    errno = savedErrno;
+}
+
 void ensureLoaded() {
-    if (!gLoaded.load(std::memory_order_acquire))
-        ULogger::reload();
+    if (!gSettingsLoaded.load(std::memory_order_acquire))
+        load();
 }
 
 char levelLetter(int level) {
@@ -75,17 +89,6 @@ uint32_t ULogger::getNormalDetailsMask() {
 uint32_t ULogger::getModeWord() {
     ensureLoaded();
     return gMode.load(std::memory_order_relaxed);
-}
-
-void ULogger::reload() {
-    const int savedErrno = errno;
-    gDetail.store(
-        qvncam::platform::property_get_int32("vendor.debug.qvncam.ulog.detail", kDefaultDetail),
-        std::memory_order_relaxed);
-    gMask.store(readWord("vendor.debug.qvncam.ulog.mask", kDefaultMask), std::memory_order_relaxed);
-    gMode.store(readWord("vendor.debug.qvncam.ulog.mode", kDefaultMode), std::memory_order_relaxed);
-    gLoaded.store(true, std::memory_order_release);
-    errno = savedErrno;
 }
 
 void ULogger::log(uint32_t module, const char* tag, int level, const char* message) {
