@@ -28,7 +28,7 @@ namespace {
 using ValueMap = std::map<std::string, std::string, std::less<>>;
 
 // A larger file is treated as unreadable rather than loaded.
-constexpr off_t kMaxPropertyFileSize = 16 * 1024 * 1024;
+constexpr off_t kMaxPropertyFileSize = off_t{16} * 1024 * 1024;
 
 bool sameTime(const timespec& a, const timespec& b) {
     return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;

@@ -16,7 +16,7 @@ namespace {
 constexpr const char* kPerfConfigProperty = "vendor.debug.qvncam.perfjson";
 constexpr const char* kPerfConfigDefault = "/vendor/etc/camera/qvncam_perf_config.json";
 // A configuration is a few kilobytes; anything past this is refused, not loaded.
-constexpr off_t kMaxConfigSize = 16 * 1024 * 1024;
+constexpr off_t kMaxConfigSize = off_t{16} * 1024 * 1024;
 
 // jsoncpp reports errors over several lines; a log line wants one.
 std::string oneLine(std::string text) {

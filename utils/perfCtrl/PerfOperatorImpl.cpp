@@ -76,6 +76,8 @@ PerfOperatorImp::~PerfOperatorImp() {
     _exit();
 }
 
+// By value: the detached timer thread owns its copy of the name.
+// NOLINTNEXTLINE(performance-unnecessary-value-param)
 void PerfOperatorImp::traceTimeoutCb(int cookie, int timeout, std::string user) {
     CAM_LOGD("traceTimeoutCb(%d) wait %d ms, userStr=%s", cookie, timeout, user.c_str());
     if (timeout > 0) {
