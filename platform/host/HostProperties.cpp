@@ -1,5 +1,5 @@
 // System properties on a Linux host: the file named by QVNCAM_PROPERTIES, one
-// name=value per line, plus in-process overrides set by tests.
+// name=value per line, under the test hook's overrides.
 
 #include <sys/stat.h>
 #include <time.h>
@@ -18,7 +18,9 @@
 #include "PropertyText.h"
 #include "qvncam/platform/HostControl.h"
 #include "qvncam/platform/Properties.h"
+#include "qvncam/platform/PropertyValue.h"
 #include "qvncam/platform/ReadFile.h"
+#include "qvncam/platform/TestHook.h"
 
 namespace qvncam {
 namespace platform {
@@ -108,7 +110,6 @@ struct Snapshot {
 struct Store {
     std::shared_mutex mutex;
     Snapshot file;
-    ValueMap overrides;
 };
 
 // Never destroyed: properties are read from destructors at process exit.
@@ -123,9 +124,6 @@ const char* propertyFilePath() {
 }
 
 const std::string* findLocked(const Store& s, std::string_view key) {
-    auto o = s.overrides.find(key);
-    if (o != s.overrides.end())
-        return &o->second;
     if (!s.file.loaded)
         return nullptr;
     auto f = s.file.values.find(key);
@@ -137,6 +135,11 @@ template <typename Fn>
 bool withValue(const char* key, Fn&& fn) {
     if (key == nullptr)
         return false;
+    std::string overridden;
+    if (propertyOverride(key, overridden)) {
+        fn(overridden);
+        return true;
+    }
     Store& s = store();
     // Called with the lock held.
     auto answer = [&] {
@@ -167,69 +170,20 @@ bool withValue(const char* key, Fn&& fn) {
     return answer();
 }
 
-// Whole value, base from its prefix (0x hex, leading 0 octal, else decimal), optional sign.
-bool parseInt32(std::string_view s, int32_t* out) {
-    bool negative = false;
-    if (!s.empty() && (s.front() == '+' || s.front() == '-')) {
-        negative = s.front() == '-';
-        s.remove_prefix(1);
-    }
-    unsigned base = 10;
-    if (s.size() >= 2 && s[0] == '0' && (s[1] == 'x' || s[1] == 'X')) {
-        base = 16;
-        s.remove_prefix(2);
-    } else if (!s.empty() && s[0] == '0') {
-        base = 8;
-    }
-    if (s.empty())
-        return false;
-    const uint64_t limit = negative ? 0x80000000ull : 0x7fffffffull;
-    uint64_t magnitude = 0;
-    for (char c : s) {
-        unsigned digit;
-        if (c >= '0' && c <= '9') {
-            digit = static_cast<unsigned>(c - '0');
-        } else if (c >= 'a' && c <= 'f') {
-            digit = static_cast<unsigned>(c - 'a' + 10);
-        } else if (c >= 'A' && c <= 'F') {
-            digit = static_cast<unsigned>(c - 'A' + 10);
-        } else {
-            return false;
-        }
-        if (digit >= base)
-            return false;
-        magnitude = magnitude * base + digit;
-        if (magnitude > limit)
-            return false;
-    }
-    *out = negative ? static_cast<int32_t>(-static_cast<int64_t>(magnitude))
-                    : static_cast<int32_t>(magnitude);
-    return true;
-}
-
 }  // namespace
 
 int property_get(const char* key, char* value, const char* defaultValue) {
-    size_t len = 0;
-    bool set = withValue(key, [&](const std::string& v) {
-        len = v.size() < kPropertyValueMax - 1 ? v.size() : kPropertyValueMax - 1;
-        std::memcpy(value, v.data(), len);
-    });
-    // As libcutils: an empty value reads as unset.
-    if (!set || len == 0) {
-        len = defaultValue != nullptr ? ::strnlen(defaultValue, kPropertyValueMax - 1) : 0;
-        if (len > 0)
-            std::memcpy(value, defaultValue, len);
-    }
-    value[len] = '\0';
-    return static_cast<int>(len);
+    int len = -1;
+    withValue(key,
+              [&](const std::string& v) { len = copyPropertyValue(true, v, value, defaultValue); });
+    return len >= 0 ? len : copyPropertyValue(false, {}, value, defaultValue);
 }
 
 int32_t property_get_int32(const char* key, int32_t defaultValue) {
     int32_t result = defaultValue;
     withValue(key, [&](const std::string& v) {
         int32_t parsed;
-        if (parseInt32(v, &parsed))
+        if (parsePropertyInt32(v, &parsed))
             result = parsed;
     });
     return result;
@@ -237,13 +191,7 @@ int32_t property_get_int32(const char* key, int32_t defaultValue) {
 
 bool property_get_bool(const char* key, bool defaultValue) {
     bool result = defaultValue;
-    withValue(key, [&](const std::string& v) {
-        if (v == "1" || v == "y" || v == "yes" || v == "on" || v == "true") {
-            result = true;
-        } else if (v == "0" || v == "n" || v == "no" || v == "off" || v == "false") {
-            result = false;
-        }
-    });
+    withValue(key, [&](const std::string& v) { parsePropertyBool(v, &result); });
     return result;
 }
 
@@ -258,21 +206,15 @@ std::string property_get_string(const char* key, const char* defaultValue) {
 namespace host {
 
 void setProperty(const std::string& name, const std::string& value) {
-    auto& s = platform::store();
-    std::unique_lock<std::shared_mutex> lock(s.mutex);
-    s.overrides.insert_or_assign(name, value);
+    platform::setPropertyOverride(name, value);
 }
 
 void clearProperty(const std::string& name) {
-    auto& s = platform::store();
-    std::unique_lock<std::shared_mutex> lock(s.mutex);
-    s.overrides.erase(name);
+    platform::clearPropertyOverride(name);
 }
 
 void clearAllProperties() {
-    auto& s = platform::store();
-    std::unique_lock<std::shared_mutex> lock(s.mutex);
-    s.overrides.clear();
+    platform::clearPropertyOverrides();
 }
 
 }  // namespace host

@@ -1,5 +1,6 @@
-// The unified logger: its three settings come from properties at first use, and its
-// lines go to the file named by QVNCAM_ULOG_FILE (dropped without it).
+// The unified logger: its three settings come from properties at first use and again
+// after the test hook's property overrides change; its lines go to the file named by
+// QVNCAM_ULOG_FILE (dropped without it).
 
 #include "ULogger.h"
 
@@ -13,6 +14,7 @@
 #include <cstring>
 
 #include "qvncam/platform/Properties.h"
+#include "qvncam/platform/TestHook.h"
 #include "ULoggerState.h"
 
 namespace NSCam {
@@ -59,9 +61,16 @@ void load() {
     errno = savedErrno;
 }
 
+// The property overrides of the test hook the settings were read under.
+std::atomic<uint32_t> gOverrideGeneration{0};
+
 void ensureLoaded() {
-    if (!gSettingsLoaded.load(std::memory_order_acquire))
+    const uint32_t generation = qvncam::platform::propertyOverrideGeneration();
+    if (!gSettingsLoaded.load(std::memory_order_acquire) ||
+        gOverrideGeneration.load(std::memory_order_relaxed) != generation) {
+        gOverrideGeneration.store(generation, std::memory_order_relaxed);
         load();
+    }
 }
 
 char levelLetter(int level) {

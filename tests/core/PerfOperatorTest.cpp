@@ -8,36 +8,12 @@
 #include <tuple>
 
 #include "CoreTestSupport.h"
-#include "common/DebugLog.h"
-#include "PerfOperatorImp.h"
-#include "common/ReadText.h"
-#include "doubles/RecordingPowerClient.h"
+#include "OperatorFixture.h"
+#include "common/LogCapture.h"
 
-using namespace NSCam::NSCamFeature::NSCamPerfCtrl;
+using namespace optest;
 
 namespace {
-
-// A resource the debug listing names, then an id it does not know.
-const std::vector<int> kCmds = {0x414000, 7, 0x7fffff00, 9};
-
-class OperatorTest : public testing::Test {
-  protected:
-    void SetUp() override {
-        qvncam::host::clearAllProperties();
-        ASSERT_TRUE(recpower::available()) << "recording client not on LD_LIBRARY_PATH";
-        recpower::reset();
-    }
-};
-
-// A held, timed lock; handles count up from 1 in creation order.
-std::shared_ptr<PerfOperator> makeOp() {
-    return std::make_shared<PerfOperatorImp>(kCmds, 60000, "holder");
-}
-
-void setTraceAndLogLevel(bool cameraTrace, int logLevel) {
-    qvncam::host::setProperty("debug.atrace.tags.enableflags", cameraTrace ? "0x400" : "0");
-    qvncam::host::setProperty("vendor.cam3perfctrl.log", std::to_string(logLevel));
-}
 
 // failures: "Failed to allocate handle!" from construction and perform_extra; releases: by
 // exit, exit again and destruction; the *After columns: after exit.
@@ -57,10 +33,10 @@ TEST_P(OperatorStateTest, FollowsTheLifecycle) {
     const StateRow& row = GetParam();
     recpower::setMode(row.mode);
     const std::vector<int> more = {0x400200, 3};
-    testing::internal::CaptureStderr();
+    LogCapture capture;
     auto op = std::make_unique<PerfOperatorImp>(kCmds, row.timeout, "state");
     EXPECT_EQ(op->perform_extra(more), row.reissued);
-    const std::string err = testing::internal::GetCapturedStderr();
+    const std::string err = capture.take();
     EXPECT_EQ(coretest::countLog(err, 'E', "Cam3PerfCtrl", "Failed to allocate handle!"),
               row.failures)
         << err;
@@ -108,40 +84,6 @@ TEST_F(OperatorTest, AliveFollowsTheClockAndExpiryReleasesNothing) {
         EXPECT_EQ(op.detach(), detach);  // a released lock cannot be detached
     }
     EXPECT_EQ(recpower::releases(), std::vector<int>{1});
-}
-
-TEST_F(OperatorTest, TracesListsAndDrawsCookiesOnlyFromLevelOne) {
-    const std::string trace = testing::TempDir() + "qvncam_core_trace_" + std::to_string(getpid());
-    std::remove(trace.c_str());
-    ASSERT_EQ(setenv("QVNCAM_TRACE_FILE", trace.c_str(), 1), 0);
-    enableDebugLog();
-    testing::internal::CaptureStderr();
-    setTraceAndLogLevel(true, 0);
-    PerfOperatorImp(kCmds, 30, "quiet");
-    setTraceAndLogLevel(false, 1);
-    PerfOperatorImp(kCmds, 0, "untraced");  // cookie 0
-    setTraceAndLogLevel(true, 1);
-    PerfOperatorImp alpha(kCmds, 0, "alpha");   // cookie 1
-    PerfOperatorImp(kCmds, 0, nullptr);         // cookie 2
-    PerfOperatorImp timed(kCmds, 30, "timed");  // handle 5, cookie 3; its timer ends the slice
-    for (int i = 0; i < 1000 && coretest::countOf(readText(trace), "timed") < 2; ++i) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
-    EXPECT_FALSE(timed.isAlive());
-    EXPECT_EQ(recpower::releases(), (std::vector<int>{1, 2, 4}));  // the timer releases nothing
-    timed.exit();
-    alpha.exit();
-    const std::string err = testing::internal::GetCapturedStderr();
-    const std::string b = "S|" + std::to_string(getpid()) + "|Cam3PerfCtrl:";  // begin
-    const std::string e = "F|" + std::to_string(getpid()) + "|Cam3PerfCtrl:";  // end
-    EXPECT_EQ(readText(trace), b + "alpha|1\n" + b + "_null_user_name_|2\n" + e +
-                                   "_null_user_name_|2\n" + b + "timed|3\n" + e + "timed|3\n" + e +
-                                   "timed|3\n" + e + "alpha|1\n");
-    std::remove(trace.c_str());
-    auto debug = [&err](const char* m) { return coretest::countLog(err, 'D', "Cam3PerfCtrl", m); };
-    EXPECT_EQ(debug("mHandle="), 4) << err;
-    EXPECT_EQ(debug("cookie=0 key=PERF_RES_CPUFREQ_PERF_MODE value=7\n"), 1) << err;
-    EXPECT_EQ(debug("cookie=0 key=null value=9\n"), 1) << err;
 }
 
 TEST_F(OperatorTest, HoldersReleaseInOrder) {
