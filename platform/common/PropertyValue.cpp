@@ -7,24 +7,24 @@
 namespace qvncam {
 namespace platform {
 
-bool parsePropertyInt32(std::string_view s, int32_t* out) {
+bool parsePropertyInt32(std::string_view text, int32_t* out) {
     bool negative = false;
-    if (!s.empty() && (s.front() == '+' || s.front() == '-')) {
-        negative = s.front() == '-';
-        s.remove_prefix(1);
+    if (!text.empty() && (text.front() == '+' || text.front() == '-')) {
+        negative = text.front() == '-';
+        text.remove_prefix(1);
     }
     unsigned base = 10;
-    if (s.size() >= 2 && s[0] == '0' && (s[1] == 'x' || s[1] == 'X')) {
+    if (text.size() >= 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X')) {
         base = 16;
-        s.remove_prefix(2);
-    } else if (!s.empty() && s[0] == '0') {
+        text.remove_prefix(2);
+    } else if (!text.empty() && text[0] == '0') {
         base = 8;
     }
-    if (s.empty())
+    if (text.empty())
         return false;
     const uint64_t limit = negative ? 0x80000000ull : 0x7fffffffull;
     uint64_t magnitude = 0;
-    for (char c : s) {
+    for (char c : text) {
         unsigned digit;
         if (c >= '0' && c <= '9') {
             digit = static_cast<unsigned>(c - '0');
@@ -46,12 +46,12 @@ bool parsePropertyInt32(std::string_view s, int32_t* out) {
     return true;
 }
 
-bool parsePropertyBool(std::string_view v, bool* out) {
-    if (v == "1" || v == "y" || v == "yes" || v == "on" || v == "true") {
+bool parsePropertyBool(std::string_view text, bool* out) {
+    if (text == "1" || text == "y" || text == "yes" || text == "on" || text == "true") {
         *out = true;
         return true;
     }
-    if (v == "0" || v == "n" || v == "no" || v == "off" || v == "false") {
+    if (text == "0" || text == "n" || text == "no" || text == "off" || text == "false") {
         *out = false;
         return true;
     }
