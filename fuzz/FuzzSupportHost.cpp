@@ -23,7 +23,6 @@ void quietController() {
     unsetenv("QVNCAM_ULOG_FILE");
     unsetenv("QVNCAM_TRACE_FILE");
     quietControllerCommon();
-    qvncam::host::reloadULogger();
 }
 
 }  // namespace fuzzsupport
