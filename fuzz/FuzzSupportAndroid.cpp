@@ -1,15 +1,15 @@
-// Fuzz set-up on a device (the fuzzer runs as root): system properties, files under
+// Fuzz set-up on a device: property overrides of the platform's test hook, files under
 // /data/local/tmp.
 
-#include <cutils/properties.h>
 #include <unistd.h>
 
 #include "FuzzSupportCommon.h"
+#include "qvncam/platform/TestHook.h"
 
 namespace fuzzsupport {
 
 void setProperty(const char* name, const std::string& value) {
-    property_set(name, value.c_str());
+    qvncam::platform::setPropertyOverride(name, value);
 }
 
 std::string scratchPath(const char* tag) {

@@ -5,7 +5,6 @@
 #include "FuzzSupport.h"
 #include "PerfCtrlProperties.h"
 #include "PerfOperatorImp.h"
-#include "ULogger.h"
 
 namespace fuzzsupport {
 
@@ -20,12 +19,12 @@ inline void quietControllerCommon() {
     using NSCam::NSCamFeature::NSCamPerfCtrl::PerfOperatorImp;
     PerfOperatorImp::mfnLockAcq.store(grantLock);
     PerfOperatorImp::mfnLockRel.store(releaseLock);
-    // Debug level and mask on; mode 2: the unified logger's sink only.
+    // Debug level and mask on; mode 2: the unified logger's sink only. The logger reads
+    // them again at its next use.
     setProperty("vendor.debug.qvncam.ulog.detail", "5");
     setProperty("vendor.debug.qvncam.ulog.mask", "0x1001000");
     setProperty("vendor.debug.qvncam.ulog.mode", "2");
     setProperty(NSCam::NSCamFeature::NSCamPerfCtrl::PerfCtrlProperties::kLogLevel.name, "1");
-    NSCam::Utils::ULog::ULogger::reload();
 }
 
 }  // namespace fuzzsupport

@@ -9,6 +9,7 @@ packages=(
     libjsoncpp-dev googletest libgtest-dev libgmock-dev libbenchmark-dev
     blueprint-tools android-libcutils-dev android-liblog-dev
     libxml2-utils valgrind
+    clang-tidy clang-format
 )
 
 if [[ ${1:-} == --list ]]; then

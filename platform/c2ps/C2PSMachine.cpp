@@ -1,33 +1,16 @@
-// Our stand-in for the platform's C2PS controller: it keeps and logs the last record.
+// Our stand-in for the platform's C2PS controller: it logs the record and hands it to
+// the host controls when they are linked.
 
 #define LOG_TAG "C2PSMachine"
 
 #include "C2PSMachine.h"
 
-#include <cstring>
-
+#include "C2PSObserver.h"
 #include "CamLog.h"
-#include "qvncam/platform/C2PSRecord.h"
-
-namespace qvncam {
-namespace platform {
-
-C2PSInitRecord& c2psInitRecord() {
-    static C2PSInitRecord* const record = new C2PSInitRecord;
-    return *record;
-}
-
-}  // namespace platform
-}  // namespace qvncam
 
 int C2PSMachine::init(const C2PSInitParams& params) {
-    {
-        qvncam::platform::C2PSInitRecord& last = qvncam::platform::c2psInitRecord();
-        std::lock_guard<std::mutex> lock(last.mutex);
-        // Byte for byte, padding included, so that callers can check the whole layout.
-        std::memcpy(&last.params, &params, sizeof(params));
-        last.received = true;
-    }
+    if (qvncam::platform::observeC2PSInit != nullptr)
+        qvncam::platform::observeC2PSInit(params);
     CAM_LOGD(
         "init fps=%d scenario=%d featureCustomization=%d disableIneffCpufreq=%d "
         "lmcoreUmRatio=%d umMin=%d pfPolicy=%d",

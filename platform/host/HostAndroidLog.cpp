@@ -1,4 +1,5 @@
-// The Android log on a Linux host: standard error in logcat's brief format.
+// The Android log on a Linux host: standard error in logcat's brief format, and the
+// test hook's sink when one is installed.
 
 #include <unistd.h>
 
@@ -8,6 +9,7 @@
 #include <cstring>
 
 #include "qvncam/platform/AndroidLog.h"
+#include "qvncam/platform/TestHook.h"
 
 namespace qvncam {
 namespace platform {
@@ -50,6 +52,8 @@ void android_log_print(int prio, const char* tag, const char* fmt, ...) {
         errno = savedErrno;
         return;
     }
+    if (logSinkInstalled())
+        sendToLogSink(prio, tag, message);
     size_t remaining =
         static_cast<size_t>(len) < sizeof(message) ? static_cast<size_t>(len) : sizeof(message) - 1;
     char prefix[128];

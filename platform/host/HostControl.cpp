@@ -6,14 +6,15 @@
 #include <cstring>
 #include <mutex>
 
-#include "ULogger.h"
 #include "qvncam/platform/C2PSRecord.h"
+#include "ulog/ULoggerState.h"
 
 namespace qvncam {
 namespace host {
 
 void reloadULogger() {
-    NSCam::Utils::ULog::ULogger::reload();
+    // The logger reads them again at its next use.
+    NSCam::Utils::ULog::gSettingsLoaded.store(false, std::memory_order_release);
 }
 
 bool lastC2PSInit(C2PSInitParams* out) {

@@ -1,5 +1,5 @@
 // System properties on a Linux host: the file named by QVNCAM_PROPERTIES, one
-// name=value per line, plus in-process overrides set by tests.
+// name=value per line, under the test hook's overrides.
 
 #include <sys/stat.h>
 #include <time.h>
@@ -7,7 +7,6 @@
 
 #include <cstdint>
 #include <cstdlib>
-#include <cstring>
 #include <functional>
 #include <map>
 #include <mutex>
@@ -19,7 +18,9 @@
 #include "qvncam/platform/HostControl.h"
 #include "qvncam/platform/ParseInt.h"
 #include "qvncam/platform/Properties.h"
+#include "qvncam/platform/PropertyValue.h"
 #include "qvncam/platform/ReadFile.h"
+#include "qvncam/platform/TestHook.h"
 
 namespace qvncam {
 namespace platform {
@@ -29,7 +30,7 @@ namespace {
 using ValueMap = std::map<std::string, std::string, std::less<>>;
 
 // A larger file is treated as unreadable rather than loaded.
-constexpr off_t kMaxPropertyFileSize = 16 * 1024 * 1024;
+constexpr off_t kMaxPropertyFileSize = off_t{16} * 1024 * 1024;
 
 bool sameTime(const timespec& a, const timespec& b) {
     return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
@@ -109,7 +110,6 @@ struct Snapshot {
 struct Store {
     std::shared_mutex mutex;
     Snapshot file;
-    ValueMap overrides;
 };
 
 // Never destroyed: properties are read from destructors at process exit.
@@ -124,9 +124,6 @@ const char* propertyFilePath() {
 }
 
 const std::string* findLocked(const Store& s, std::string_view key) {
-    auto o = s.overrides.find(key);
-    if (o != s.overrides.end())
-        return &o->second;
     if (!s.file.loaded)
         return nullptr;
     auto f = s.file.values.find(key);
@@ -138,6 +135,11 @@ template <typename Fn>
 bool withValue(const char* key, Fn&& fn) {
     if (key == nullptr)
         return false;
+    std::string overridden;
+    if (propertyOverride(key, overridden)) {
+        fn(overridden);
+        return true;
+    }
     Store& s = store();
     // Called with the lock held.
     auto answer = [&] {
@@ -171,19 +173,10 @@ bool withValue(const char* key, Fn&& fn) {
 }  // namespace
 
 int property_get(const char* key, char* value, const char* defaultValue) {
-    size_t len = 0;
-    bool set = withValue(key, [&](const std::string& v) {
-        len = v.size() < kPropertyValueMax - 1 ? v.size() : kPropertyValueMax - 1;
-        std::memcpy(value, v.data(), len);
-    });
-    // As libcutils: an empty value reads as unset.
-    if (!set || len == 0) {
-        len = defaultValue != nullptr ? ::strnlen(defaultValue, kPropertyValueMax - 1) : 0;
-        if (len > 0)
-            std::memcpy(value, defaultValue, len);
-    }
-    value[len] = '\0';
-    return static_cast<int>(len);
+    int len = -1;
+    withValue(key,
+              [&](const std::string& v) { len = copyPropertyValue(true, v, value, defaultValue); });
+    return len >= 0 ? len : copyPropertyValue(false, {}, value, defaultValue);
 }
 
 int32_t property_get_int32(const char* key, int32_t defaultValue) {
@@ -198,13 +191,7 @@ int32_t property_get_int32(const char* key, int32_t defaultValue) {
 
 bool property_get_bool(const char* key, bool defaultValue) {
     bool result = defaultValue;
-    withValue(key, [&](const std::string& v) {
-        if (v == "1" || v == "y" || v == "yes" || v == "on" || v == "true") {
-            result = true;
-        } else if (v == "0" || v == "n" || v == "no" || v == "off" || v == "false") {
-            result = false;
-        }
-    });
+    withValue(key, [&](const std::string& v) { parsePropertyBool(v, &result); });
     return result;
 }
 
@@ -219,21 +206,15 @@ std::string property_get_string(const char* key, const char* defaultValue) {
 namespace host {
 
 void setProperty(const std::string& name, const std::string& value) {
-    auto& s = platform::store();
-    std::unique_lock<std::shared_mutex> lock(s.mutex);
-    s.overrides.insert_or_assign(name, value);
+    platform::setPropertyOverride(name, value);
 }
 
 void clearProperty(const std::string& name) {
-    auto& s = platform::store();
-    std::unique_lock<std::shared_mutex> lock(s.mutex);
-    s.overrides.erase(name);
+    platform::clearPropertyOverride(name);
 }
 
 void clearAllProperties() {
-    auto& s = platform::store();
-    std::unique_lock<std::shared_mutex> lock(s.mutex);
-    s.overrides.clear();
+    platform::clearPropertyOverrides();
 }
 
 }  // namespace host

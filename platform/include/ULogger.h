@@ -10,7 +10,7 @@ namespace Utils {
 namespace ULog {
 
 class ULogger {
-public:
+  public:
     // Mode word bits.
     static constexpr uint32_t MODE_ANDROID_LOG = 0x1;
     static constexpr uint32_t MODE_ULOG_MASK = 0x2 | 0x8;
@@ -20,8 +20,6 @@ public:
     static uint32_t getModeWord();
     // Hands one formatted line to the unified logger's own sink.
     static void log(uint32_t module, const char* tag, int level, const char* message);
-    // Re-reads the three settings from properties.
-    static void reload();
 };
 
 }  // namespace ULog

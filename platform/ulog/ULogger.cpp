@@ -1,5 +1,6 @@
-// The unified logger: its three settings come from properties at first use, and its
-// lines go to the file named by QVNCAM_ULOG_FILE (dropped without it).
+// The unified logger: its three settings come from properties at first use and again
+// after the test hook's property overrides change; its lines go to the file named by
+// QVNCAM_ULOG_FILE (dropped without it).
 
 #include "ULogger.h"
 
@@ -14,10 +15,15 @@
 #include "qvncam/platform/AppendFile.h"
 #include "qvncam/platform/ParseInt.h"
 #include "qvncam/platform/Properties.h"
+#include "qvncam/platform/TestHook.h"
+#include "ULoggerState.h"
 
 namespace NSCam {
 namespace Utils {
 namespace ULog {
+
+std::atomic<bool> gSettingsLoaded{false};
+
 namespace {
 
 constexpr int kDefaultDetail = 2;
@@ -26,7 +32,6 @@ constexpr uint32_t kDefaultMode = 1;
 
 // Read on every log statement, also during static destruction: plain atomics with
 // constant initialisation, holding the defaults until the properties are read.
-std::atomic<bool> gLoaded{false};
 std::atomic<int> gDetail{kDefaultDetail};
 std::atomic<uint32_t> gMask{kDefaultMask};
 std::atomic<uint32_t> gMode{kDefaultMode};
@@ -43,9 +48,27 @@ uint32_t readWord(const char* name, uint32_t defaultValue) {
     return static_cast<uint32_t>(parsed);
 }
 
+void load() {
+    const int savedErrno = errno;
+    gDetail.store(
+        qvncam::platform::property_get_int32("vendor.debug.qvncam.ulog.detail", kDefaultDetail),
+        std::memory_order_relaxed);
+    gMask.store(readWord("vendor.debug.qvncam.ulog.mask", kDefaultMask), std::memory_order_relaxed);
+    gMode.store(readWord("vendor.debug.qvncam.ulog.mode", kDefaultMode), std::memory_order_relaxed);
+    gSettingsLoaded.store(true, std::memory_order_release);
+    errno = savedErrno;
+}
+
+// The property overrides of the test hook the settings were read under.
+std::atomic<uint32_t> gOverrideGeneration{0};
+
 void ensureLoaded() {
-    if (!gLoaded.load(std::memory_order_acquire))
-        ULogger::reload();
+    const uint32_t generation = qvncam::platform::propertyOverrideGeneration();
+    if (!gSettingsLoaded.load(std::memory_order_acquire) ||
+        gOverrideGeneration.load(std::memory_order_relaxed) != generation) {
+        gOverrideGeneration.store(generation, std::memory_order_relaxed);
+        load();
+    }
 }
 
 char levelLetter(int level) {
@@ -73,17 +96,6 @@ uint32_t ULogger::getNormalDetailsMask() {
 uint32_t ULogger::getModeWord() {
     ensureLoaded();
     return gMode.load(std::memory_order_relaxed);
-}
-
-void ULogger::reload() {
-    const int savedErrno = errno;
-    gDetail.store(
-        qvncam::platform::property_get_int32("vendor.debug.qvncam.ulog.detail", kDefaultDetail),
-        std::memory_order_relaxed);
-    gMask.store(readWord("vendor.debug.qvncam.ulog.mask", kDefaultMask), std::memory_order_relaxed);
-    gMode.store(readWord("vendor.debug.qvncam.ulog.mode", kDefaultMode), std::memory_order_relaxed);
-    gLoaded.store(true, std::memory_order_release);
-    errno = savedErrno;
 }
 
 void ULogger::log(uint32_t module, const char* tag, int level, const char* message) {

@@ -13,8 +13,9 @@
 #include "common/ControllerPeer.h"
 #include "doubles/CustomDouble.h"
 #include "doubles/RecordingPowerClient.h"
-#include "qvncam/platform/HostControl.h"
+#include "common/LogCapture.h"
 #include "qvncam/platform/JsonText.h"
+#include "qvncam/platform/TestHook.h"
 
 namespace camtest {
 
@@ -22,7 +23,10 @@ using namespace NSCam::NSCamFeature::NSCamPerfCtrl;
 using Peer = Cam3PerfCtrlImpTestPeer;
 using List = std::vector<int>;
 using Issued = std::vector<std::tuple<int, List, int>>;  // handle passed, list, duration
-using qvncam::host::setProperty;
+
+inline void setProperty(const std::string& name, const std::string& value) {
+    qvncam::platform::setPropertyOverride(name, value);
+}
 
 constexpr int kCluster0 = 0x400000, kCluster1 = 0x400100, kCluster2 = 0x400200;
 constexpr int kGpuIdle = 0xc20000, kDramOpp = 0x1000000;

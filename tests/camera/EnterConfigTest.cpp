@@ -3,8 +3,10 @@
 
 #include <cstdio>
 #include <fstream>
+#include <sstream>
 
 #include "CamTestSupport.h"
+#include "common/DebugLog.h"
 
 namespace camtest {
 namespace {
@@ -23,11 +25,11 @@ TEST_F(EnterConfigTest, RefusedLocksAreOnlyWarnedAbout) {
     dbl->setOutCmd(CUSTOMDBL_CONFIG, "PERF_RES_GPU_FW_IDLE", 1);
     dbl->setOutCmd(CUSTOMDBL_RUNTIME, "PERF_RES_NOPE", 0);  // counted, not listed
     recpower::setMode(RECPOWER_REFUSE_ALL);
-    testing::internal::CaptureStderr();
+    LogCapture capture;
     auto holder = ctrl->enterPerfCtrl_EnterCamera(200);
     auto configured = ctrl->enterPerfCtrl_ConfigureStream(qcam::StreamConfiguration());
     EXPECT_NE(ctrl->enterPerfCtrl_InflightRequest(1, nullptr, PerfCtrlSet()), nullptr);
-    const std::string log = testing::internal::GetCapturedStderr();
+    const std::string log = capture.take();
     EXPECT_EQ(countLog(log, 'W', "Failed to create PerfOperato during camera entering"), 1);
     EXPECT_EQ(countLog(log, 'W', "Failed to create boost during camera entering"), 1);
     EXPECT_EQ(countLog(log, 'W', "Failed to create PerfOperator during enterCam, outSize=4"), 1);
@@ -101,6 +103,7 @@ TEST_F(EnterConfigTest, C2psScenarioTable) {
         {{stream(1920, ENC)}, 30, 30, {{SC, 3}}, 0, 0, 0, 0}};
     // clang-format on
     auto* dbl = customdbl::api();
+    enableDebugLog();
     for (const auto& row : rows) {
         SCOPED_TRACE("row " + std::to_string(&row - rows));
         qcam::StreamConfiguration config;
@@ -114,22 +117,22 @@ TEST_F(EnterConfigTest, C2psScenarioTable) {
         dbl->clearOutCmds(CUSTOMDBL_CONFIG);
         for (const auto& [key, value] : row.keys)
             dbl->setOutCmd(CUSTOMDBL_CONFIG, key, value);
-        qvncam::host::resetC2PSInit();
-        testing::internal::CaptureStderr();
+        LogCapture capture;
         auto configured = ctrl->enterPerfCtrl_ConfigureStream(config);
-        const std::string log = testing::internal::GetCapturedStderr();
+        const std::string log = capture.take();
         EXPECT_EQ(countLog(log, 'W', kFps) + 2 * countLog(log, 'W', kNone), row.warn);
-        C2PSInitParams got;
-        ASSERT_EQ(qvncam::host::lastC2PSInit(&got), row.fps != 0);
-        const auto* raw = reinterpret_cast<const unsigned char*>(&got);  // padding zeroed too
-        if (row.fps != 0) {
-            EXPECT_EQ(
-                std::make_tuple(got.fps, got.scenario, got.featureCustomization,
-                                got.disableIneffCpufreq, got.lmcoreUmRatio, got.umMin, got.pfPolicy,
-                                raw[13] | raw[14] | raw[15] | raw[25] | raw[26] | raw[27]),
-                std::make_tuple(row.fps, row.scenario, row.fc, row.disable, row.lm, row.um, row.pf,
-                                0));
-        }
+        // The C2PS stand-in logs each record it receives.
+        char line[256];
+        std::snprintf(line, sizeof(line),
+                      "D/C2PSMachine(%d): init fps=%d scenario=%d featureCustomization=%d "
+                      "disableIneffCpufreq=%d lmcoreUmRatio=%d umMin=%d pfPolicy=%d\n",
+                      getpid(), row.fps, row.scenario, row.fc, row.disable ? 1 : 0, row.lm, row.um,
+                      row.pf ? 1 : 0);
+        std::string c2ps;
+        std::istringstream in(log);
+        for (std::string l; std::getline(in, l);)
+            c2ps += l.rfind("D/C2PSMachine(", 0) == 0 ? l + "\n" : "";
+        EXPECT_EQ(c2ps, row.fps != 0 ? line : "");
     }
 }
 

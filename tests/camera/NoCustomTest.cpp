@@ -64,10 +64,10 @@ TEST_F(NoCustomTest, OpeningGrantsThePlatformListAndTheBoostOnly) {
         {{{PerfCtrlProperties::kRunnableBoostDisable.name, "0"}, {PerfCtrlProperties::kDvfsMmModeEnable.name, "0"},
           {PerfCtrlProperties::kNotifyZeltro.name, "0"}}, {0x1010100, 1, 0x2004000, 1, kGpuIdle, 2}}};
     // clang-format on
-    testing::internal::CaptureStderr();
+    LogCapture capture;
     for (const auto& row : rows) {  // one controller: each opening reads the properties anew
         SCOPED_TRACE(testing::PrintToString(row.props));
-        qvncam::host::clearAllProperties();
+        qvncam::platform::clearPropertyOverrides();
         for (const auto& p : row.props)
             setProperty(p.first, p.second);
         auto holder = ctrl->enterPerfCtrl_EnterCamera(300);
@@ -79,7 +79,7 @@ TEST_F(NoCustomTest, OpeningGrantsThePlatformListAndTheBoostOnly) {
     EXPECT_EQ(ctrl->enterPerfCtrl_ConfigureStream(qcam::StreamConfiguration()), nullptr);
     PerfCtrlSet set{nullptr, nullptr, std::make_shared<InflightOperatorHolderImp>()};
     EXPECT_EQ(ctrl->enterPerfCtrl_InflightRequest(1, nullptr, set), nullptr);
-    const std::string log = testing::internal::GetCapturedStderr();
+    const std::string log = capture.take();
     EXPECT_EQ(countLog(log, 'W', "No custom PerfCtrl function(enterCam time)."), 4);
     EXPECT_EQ(countLog(log, 'W', "No custom PerfCtrl function(config time)."), 1);
     EXPECT_EQ(countLog(log, 'W', "No custom PerfCtrl function(inflight)."), 1);
@@ -105,9 +105,9 @@ TEST_F(NoCustomTest, JsonSectionsResultTable) {
         QvncamJSONData doc;
         ASSERT_TRUE(doc.parse(row.doc));
         JsonCmdSet set;
-        testing::internal::CaptureStderr();
+        LogCapture capture;
         EXPECT_EQ(Peer::prepareJson(*ctrl, doc, set), row.result);
-        const std::string log = testing::internal::GetCapturedStderr();
+        const std::string log = capture.take();
         EXPECT_EQ(
             std::tie(set.enterCamExist, set.enterCamCmds, set.configCamExist, set.configCamCmds),
             std::tie(row.enterExist, row.enter, row.configExist, row.config));

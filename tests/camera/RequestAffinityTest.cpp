@@ -135,9 +135,9 @@ TEST_F(CamTest, AffinityPlacesTheCallingThreadQueryOnlyAsks) {
                 continue;  // needs a CPU we may not use
             dbl->setQueryMaskFor("camAff", row.mask);
             EXPECT_EQ(ctrl->queryAffinity("camAff"), row.mask == -1 ? 0 : row.mask);  // no checks
-            testing::internal::CaptureStderr();
+            LogCapture capture;
             EXPECT_EQ(ctrl->setAffinity(), row.placed);
-            const std::string log = testing::internal::GetCapturedStderr();
+            const std::string log = capture.take();
             EXPECT_EQ(countLog(log, row.prio, row.line), 1) << log;
             expected = row.placed ? row.mask : expected;
             EXPECT_EQ(allowedMask(31), expected);

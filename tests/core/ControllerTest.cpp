@@ -10,6 +10,7 @@
 #include "Cam3PerfCtrlInternal.h"
 #include "CoreTestSupport.h"
 #include "common/DebugLog.h"
+#include "qvncam/platform/HostControl.h"
 
 using namespace NSCam::NSCamFeature::NSCamPerfCtrl;
 

@@ -7,8 +7,6 @@
 
 #include <string>
 
-#include "qvncam/platform/HostControl.h"
-
 namespace coretest {
 
 inline int countOf(const std::string& text, const std::string& needle) {

@@ -9,7 +9,7 @@ const std::string kPreview = EXAMPLES_DIR "/sessions/preview.json";
 
 // The README's what-if: the example policy against the power-saving one, whole output
 // and picture.
-TEST(Compare, ShowsOnlyTheResourcesThatDifferWithTheirTimesAndLockCounts) {
+TEST(GoldenCompare, ShowsOnlyTheResourcesThatDifferWithTheirTimesAndLockCounts) {
     ASSERT_EQ(chdir(PROJECT_SOURCE_DIR), 0);
     const std::string svg = tempPath("compare.svg");
     const ToolRun run =

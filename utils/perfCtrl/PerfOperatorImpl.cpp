@@ -103,6 +103,8 @@ PerfOperatorImp::~PerfOperatorImp() {
     _exit();
 }
 
+// By value: the detached timer thread owns its copy of the name.
+// NOLINTNEXTLINE(performance-unnecessary-value-param)
 void PerfOperatorImp::traceTimeoutCb(int cookie, int timeout, std::string user) {
     traceTimeout(cookie, timeout, user, qvncam::platform::ClockWait(timeout));
 }

@@ -1,0 +1,31 @@
+# qvncam_write_sources(target...): writes the C and C++ sources each existing target
+# compiles, objects of object libraries included, one path relative to the source tree a
+# line, to BUILD/qvncam-sources/TARGET.txt, so that a check can hold Android.bp to them.
+
+function(_qvncam_collect_sources target out)
+  get_target_property(srcs ${target} SOURCES)
+  get_target_property(dir ${target} SOURCE_DIR)
+  set(result "")
+  foreach(src IN LISTS srcs)
+    if(src MATCHES "^\\$<TARGET_OBJECTS:([^>]+)>$")
+      _qvncam_collect_sources(${CMAKE_MATCH_1} sub)
+      list(APPEND result ${sub})
+    elseif(src MATCHES "\\.(c|cc|cpp)$")
+      get_filename_component(abs ${src} ABSOLUTE BASE_DIR ${dir})
+      file(RELATIVE_PATH rel ${PROJECT_SOURCE_DIR} ${abs})
+      list(APPEND result ${rel})
+    endif()
+  endforeach()
+  set(${out} ${result} PARENT_SCOPE)
+endfunction()
+
+function(qvncam_write_sources)
+  foreach(target IN LISTS ARGN)
+    if(TARGET ${target})
+      _qvncam_collect_sources(${target} srcs)
+      list(SORT srcs)
+      list(JOIN srcs "\n" text)
+      file(WRITE ${CMAKE_BINARY_DIR}/qvncam-sources/${target}.txt "${text}\n")
+    endif()
+  endforeach()
+endfunction()
