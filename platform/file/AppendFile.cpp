@@ -18,9 +18,7 @@ int openRegularForAppend(const char* path, const char* tag, const char* variable
     int fd = ::open(path, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, 0644);
     const char* why = nullptr;
     struct stat st {};
-    if (fd < 0) {
-        why = std::strerror(errno);
-    } else if (::fstat(fd, &st) != 0) {
+    if (fd < 0 || ::fstat(fd, &st) != 0) {
         why = std::strerror(errno);
     } else if (!S_ISREG(st.st_mode)) {
         why = "not a regular file";

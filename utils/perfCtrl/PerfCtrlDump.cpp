@@ -45,9 +45,10 @@ std::string clockText(OperatorTime t, bool withDate) {
     struct tm parts {};
     localtime_r(&seconds, &parts);
     char buf[32];
-    strftime(buf, sizeof(buf), withDate ? "%Y-%m-%d %H:%M:%S" : "%H:%M:%S", &parts);
+    if (strftime(buf, sizeof(buf), withDate ? "%Y-%m-%d %H:%M:%S" : "%H:%M:%S", &parts) == 0)
+        buf[0] = '\0';
     char full[48];
-    std::snprintf(full, sizeof(full), "%s.%03d", buf, static_cast<int>(us / 1000 % 1000));
+    (void)std::snprintf(full, sizeof(full), "%s.%03d", buf, static_cast<int>(us / 1000 % 1000));
     return full;
 }
 

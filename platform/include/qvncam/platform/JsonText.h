@@ -16,7 +16,7 @@ namespace platform {
 constexpr const char* kJsonConfigProperty = "vendor.debug.qvncam.perfjson";
 constexpr const char* kJsonConfigDefault = "/vendor/etc/camera/qvncam_perf_config.json";
 // A configuration is a few kilobytes; anything past this is refused unread.
-constexpr off_t kMaxJsonFileSize = 16 * 1024 * 1024;
+constexpr off_t kMaxJsonFileSize = off_t{16} * 1024 * 1024;
 // Arrays and objects nested deeper than this are refused before parsing, so that the
 // JSON library's own limit (which throws, or aborts where exceptions are off) never trips.
 constexpr int kMaxJsonDepth = 100;
