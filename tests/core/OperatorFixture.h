@@ -37,7 +37,8 @@ inline std::shared_ptr<PerfOperator> makeOp() {
 inline void setTraceAndLogLevel(bool cameraTrace, int logLevel) {
     qvncam::platform::setPropertyOverride("debug.atrace.tags.enableflags",
                                           cameraTrace ? "0x400" : "0");
-    qvncam::platform::setPropertyOverride(PerfCtrlProperties::kLogLevel.name, std::to_string(logLevel));
+    qvncam::platform::setPropertyOverride(PerfCtrlProperties::kLogLevel.name,
+                                          std::to_string(logLevel));
 }
 
 }  // namespace optest

@@ -18,8 +18,7 @@ TEST(GoldenCompare, ShowsOnlyTheResourcesThatDifferWithTheirTimesAndLockCounts) 
     ASSERT_EQ(run.status, 0) << run.out << run.err;
     // The platform lock is the same on both sides: none of its resources is listed.
     EXPECT_THAT(run.out, testing::Not(HasSubstr("PERF_RES_FPS_ZELTRO_ENABLE")));
-    expectGolden("compare_preview",
-                 {{".txt", withoutTreePaths(run.out)}, {".svg", readText(svg)}});
+    expectGolden("compare_preview", {{".txt", withoutTreePaths(run.out)}, {".svg", readText(svg)}});
     // Per chart, A solid and B dashed.
     const std::string picture = readText(svg);
     int dashed = 0;
@@ -27,10 +26,10 @@ TEST(GoldenCompare, ShowsOnlyTheResourcesThatDifferWithTheirTimesAndLockCounts) 
          (at = picture.find("stroke-dasharray=\"7,4\" points", at)) != std::string::npos; ++at)
         ++dashed;
     EXPECT_GE(dashed, 4);
-    EXPECT_EQ(std::system(("xmllint --noout " + svg +
-                           " 2>/dev/null || ! command -v xmllint >/dev/null")
-                              .c_str()),
-              0);
+    EXPECT_EQ(
+        std::system(
+            ("xmllint --noout " + svg + " 2>/dev/null || ! command -v xmllint >/dev/null").c_str()),
+        0);
 }
 
 TEST(Compare, SameTuningOnBothSidesShowsNoDifference) {

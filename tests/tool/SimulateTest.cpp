@@ -117,14 +117,14 @@ TEST(Simulate, RefusedLocksFailTheRunAndAreListedWithTheirSteps) {
                  EXAMPLE_CUSTOM_LIB, "--config", EXAMPLES_DIR "/config/perf_config.json"});
     EXPECT_EQ(run.status, 1) << run.err;
     EXPECT_THAT(run.out, HasSubstr("leaked locks: none\nrefused requests: 4\n"
-                                           "  at 0.0 ms, open camera, boost 0 ms  [line 514]: "
-                                           "count beyond 1024\n"
-                                           "  at 0.0 ms, open camera, boost 0 ms  [line 516]: "
-                                           "count beyond 1024\n"
-                                           "  at 0.0 ms, open camera, boost 0 ms  [line 518]: "
-                                           "count beyond 1024\n"
-                                           "  at 0.0 ms, open camera, boost 0 ms  [line 520]: "
-                                           "count beyond 1024\n\n"));
+                                   "  at 0.0 ms, open camera, boost 0 ms  [line 514]: "
+                                   "count beyond 1024\n"
+                                   "  at 0.0 ms, open camera, boost 0 ms  [line 516]: "
+                                   "count beyond 1024\n"
+                                   "  at 0.0 ms, open camera, boost 0 ms  [line 518]: "
+                                   "count beyond 1024\n"
+                                   "  at 0.0 ms, open camera, boost 0 ms  [line 520]: "
+                                   "count beyond 1024\n\n"));
 }
 
 // simulate ... | head: the reader goes before the timeline is written; that is no finding.

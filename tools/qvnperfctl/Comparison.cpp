@@ -97,10 +97,7 @@ std::string stepText(const SideDifference& d) {
 
 }  // namespace
 
-namespace {
-
-
-}  // namespace
+namespace {}  // namespace
 
 std::optional<ResourceDifference> Comparison::first() const {
     const ResourceDifference* best = nullptr;

@@ -41,7 +41,7 @@ struct Picture {
     std::vector<LockBar> bars;          // in order of grant
     std::vector<StepSeries> cpuFloors;  // clusters 0, 1, 2
     StepSeries dram;
-    std::vector<StepMark> steps;  // scripted steps, requests left out
+    std::vector<StepMark> steps;   // scripted steps, requests left out
     std::vector<StepMark> events;  // C2PS set-up, thread placements
 };
 

@@ -208,8 +208,8 @@ int play(const Options& options, const Session& session) {
     }
     if (properties.entries().empty())
         setup.emplace_back(label, "none");
-    Timeline timeline = simulate(session, *ctrl, properties,
-                                 {options.realTime, customOrigins(options.config)});
+    Timeline timeline =
+        simulate(session, *ctrl, properties, {options.realTime, customOrigins(options.config)});
     timeline.setup = std::move(setup);
     printTimeline(timeline, stdout);
     std::fputs("\n", stdout);

@@ -16,7 +16,7 @@ struct SimulateOptions {
     std::vector<std::pair<std::string, std::string>> props;
     std::string trace;
     std::string svg;
-    std::string timeline;  // the timeline as JSON, for compare
+    std::string timeline;   // the timeline as JSON, for compare
     bool realTime = false;  // let the session's time pass for real
     bool help = false;
 };

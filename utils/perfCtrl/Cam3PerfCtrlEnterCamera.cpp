@@ -16,10 +16,9 @@ using qvncam::platform::property_get_int32;
 
 std::shared_ptr<PerfOperatorHolder> Cam3PerfCtrlImp::enterPerfCtrl_EnterCamera(int timeoutMs) {
     CAM_LOGD("enterPerfCtrl_EnterCamera");
-    miLogLevel.store(
-        property_get_int32(PerfCtrlProperties::kLogLevel.name,
-                           PerfCtrlProperties::kLogLevel.defaultValue),
-        std::memory_order_relaxed);
+    miLogLevel.store(property_get_int32(PerfCtrlProperties::kLogLevel.name,
+                                        PerfCtrlProperties::kLogLevel.defaultValue),
+                     std::memory_order_relaxed);
     {
         std::lock_guard<std::mutex> lock(mJsonLock);
         mbEnableJson = property_get_int32(PerfCtrlProperties::kEnableJson.name,

@@ -16,9 +16,9 @@ struct Type2Type {
 };
 
 class IMetadata {
-public:
+  public:
     class IEntry {
-    public:
+      public:
         explicit IEntry(uint32_t tag = 0) : mTag(tag) {}
 
         uint32_t tag() const { return mTag; }
@@ -36,7 +36,7 @@ public:
             return index < mItems.size() ? static_cast<T>(mItems[index]) : T{};
         }
 
-    private:
+      private:
         uint32_t mTag;
         std::vector<int64_t> mItems;
     };
@@ -52,7 +52,7 @@ public:
         return it == mEntries.end() ? IEntry(tag) : it->second;
     }
 
-private:
+  private:
     std::map<uint32_t, IEntry> mEntries;
 };
 

@@ -13,7 +13,7 @@ enum LogPriority : int {
 };
 
 void android_log_print(int prio, const char* tag, const char* fmt, ...)
-        __attribute__((format(printf, 3, 4)));
+    __attribute__((format(printf, 3, 4)));
 
 }  // namespace platform
 }  // namespace qvncam

@@ -14,7 +14,9 @@ uint64_t atrace_enabled_tags();
 void atrace_async_begin(const char* name, int32_t cookie);
 void atrace_async_end(const char* name, int32_t cookie);
 
-inline bool atrace_camera_enabled() { return (atrace_enabled_tags() & kTraceTagCamera) != 0; }
+inline bool atrace_camera_enabled() {
+    return (atrace_enabled_tags() & kTraceTagCamera) != 0;
+}
 
 }  // namespace platform
 }  // namespace qvncam
