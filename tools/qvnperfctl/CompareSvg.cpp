@@ -127,15 +127,7 @@ bool writeCompareSvg(const Comparison& comparison, const Timeline& a, const Time
     const std::string title =
         "compare " + a.sessionPath + (a.description.empty() ? "" : " - " + a.description);
     std::ofstream out(path, std::ios::trunc);
-    out << "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-        << "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"" << kWidth << "\" height=\""
-        << num(y) << "\" viewBox=\"0 0 " << kWidth << ' ' << num(y)
-        << "\" font-family=\"sans-serif\" font-size=\"11\">\n"
-        << "<title>" << escape(title) << "</title>\n"
-        << "<rect width=\"100%\" height=\"100%\" fill=\"white\"/>\n"
-        << "<text x=\"8\" y=\"24\" font-size=\"15\" font-weight=\"bold\">"
-        << escape(fit(title, 140)) << "</text>\n"
-        << body.str() << "</svg>\n";
+    svg::document(out, kWidth, y, title, body.str());
     return static_cast<bool>(out.flush());
 }
 

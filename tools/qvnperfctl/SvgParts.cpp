@@ -125,6 +125,19 @@ std::string num(double v) {
     return buf;
 }
 
+void document(std::ostream& out, double width, double height, const std::string& title,
+              const std::string& body) {
+    out << "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+        << "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"" << width << "\" height=\""
+        << num(height) << "\" viewBox=\"0 0 " << width << ' ' << num(height)
+        << "\" font-family=\"sans-serif\" font-size=\"11\">\n"
+        << "<title>" << escape(title) << "</title>\n"
+        << "<rect width=\"100%\" height=\"100%\" fill=\"white\"/>\n"
+        << "<text x=\"8\" y=\"24\" font-size=\"15\" font-weight=\"bold\">"
+        << escape(fit(title, 140)) << "</text>\n"
+        << body << "</svg>\n";
+}
+
 double TimeScale::x(int64_t us) const {
     return left + width * static_cast<double>(std::clamp<int64_t>(us, 0, endUs)) /
                       static_cast<double>(endUs);

@@ -21,6 +21,10 @@ std::string escape(const std::string& text);
 std::string fit(const std::string& text, size_t maxChars);
 std::string num(double v);
 
+// The whole picture: `width` by `height` on white, `title` as its heading, then `body`.
+void document(std::ostream& out, double width, double height, const std::string& title,
+              const std::string& body);
+
 // The time scale: session time to x.
 struct TimeScale {
     int64_t endUs;

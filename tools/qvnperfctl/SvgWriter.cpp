@@ -94,15 +94,7 @@ class SvgCanvas {
         y += mMarkers.legend(mBody, y, 8, kWidth - 16) + 12;
 
         std::ostringstream out;
-        out << "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-            << "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"" << kWidth << "\" height=\""
-            << num(y) << "\" viewBox=\"0 0 " << kWidth << ' ' << num(y)
-            << "\" font-family=\"sans-serif\" font-size=\"11\">\n"
-            << "<title>" << escape(mTitle) << "</title>\n"
-            << "<rect width=\"100%\" height=\"100%\" fill=\"white\"/>\n"
-            << "<text x=\"8\" y=\"24\" font-size=\"15\" font-weight=\"bold\">"
-            << escape(fit(mTitle, 140)) << "</text>\n"
-            << mBody.str() << "</svg>\n";
+        svg::document(out, kWidth, y, mTitle, mBody.str());
         return out.str();
     }
 
