@@ -1,8 +1,7 @@
 #include "LiveOperators.h"
 
-#include <pthread.h>
-
 #include <algorithm>
+#include <atomic>
 
 #include "NeverDestroyed.h"
 
@@ -14,17 +13,18 @@ namespace {
 
 // Operators are listed in the shard of the thread that creates them. Camera threads each
 // keep to their own shard, whose lock and list stay in that core's cache, and never wait
-// for one another unless two of them hash alike; a single list under one lock would make
-// every boost and request of every thread take turns. Per-thread lists would avoid even
-// that, but an operator often dies on another thread (a request's lock is dropped by the
-// thread that reports it done) and a dump would have to reach lists of threads that have
-// ended; fixed shards keep both simple. Destruction finds the shard in the operator.
-// The locks are mutexes, not spinning flags: a real-time camera thread spinning against a
-// preempted dump thread on the same core would never let it finish.
-constexpr unsigned kShardBits = 4;
-constexpr unsigned kShards = 1u << kShardBits;
+// for one another while there are no more threads than shards; a single list under one lock would
+// make every boost and request of every thread take turns. Per-thread lists would avoid even that,
+// but an operator often dies on another thread (a request's lock is dropped by the thread that
+// reports it done) and a dump would have to reach lists of threads that have ended; fixed shards
+// keep both simple. Destruction finds the shard in the operator. The locks are mutexes, not
+// spinning flags: a real-time camera thread spinning against a preempted dump thread on the same
+// core would never let it finish.
+constexpr unsigned kShards = 16;
 
-struct alignas(64) Shard {
+// 128 bytes apart: cores fetch cache lines in pairs, so neighbouring 64-byte shards
+// would still bounce between two threads.
+struct alignas(128) Shard {
     std::mutex mutex;
     PerfOperatorImp* head = nullptr;
     PerfOperatorImp* tail = nullptr;
@@ -36,10 +36,12 @@ struct ShardTable {
 NeverDestroyed<ShardTable> gTable;
 
 unsigned shardOfThisThread() {
-    // pthread_self() is a register read where std::hash of a thread id hashes its bytes.
-    // Thread ids are addresses spaced by the stack size: mix before taking the top bits.
-    const auto id = static_cast<uint64_t>(pthread_self());
-    return static_cast<unsigned>((id * 0x9E3779B97F4A7C15ull) >> (64 - kShardBits));
+    // Threads take the shards in turn when they first list an operator, so up to kShards
+    // threads never share one; a hash of the thread id collides far sooner, and two
+    // threads on one shard take turns at its lock.
+    static std::atomic<unsigned> next{0};
+    thread_local const unsigned index = next.fetch_add(1, std::memory_order_relaxed) % kShards;
+    return index;
 }
 
 constexpr size_t kUserPrefix = sizeof("Cam3PerfCtrl:") - 1;
