@@ -1,12 +1,10 @@
 // qvnperfctl compare: plays one session under two tunings, each in its own simulation,
 // and shows where they differ.
 
-#include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
 #include <fstream>
 #include <optional>
 
@@ -95,22 +93,6 @@ std::string joined(const std::vector<std::string>& words) {
     return text;
 }
 
-// A scratch directory that goes when the comparison ends.
-struct ScratchDir {
-    std::string path;
-    ScratchDir() {
-        const char* tmp = std::getenv("TMPDIR");
-        std::string pattern = std::string(tmp && *tmp ? tmp : "/tmp") + "/qvnperfctl.XXXXXX";
-        if (mkdtemp(pattern.data()))
-            path = pattern;
-    }
-    ~ScratchDir() {
-        std::error_code ignored;
-        if (!path.empty())
-            std::filesystem::remove_all(path, ignored);
-    }
-};
-
 struct Side {
     std::string name;
     std::vector<std::string> args;  // simulate's, session first
@@ -147,12 +129,12 @@ int runCompare(const std::vector<std::string>& args) {
     }
 
     ScratchDir scratch;
-    if (scratch.path.empty()) {
+    if (scratch.path().empty()) {
         std::fprintf(stderr, "qvnperfctl compare: cannot make a scratch directory\n");
         return kExitUsage;
     }
     for (Side* side : {&a, &b}) {
-        const std::string base = scratch.path + "/" + side->name;
+        const std::string base = scratch.path() + "/" + side->name;
         std::vector<std::string> childArgs = {"simulate"};
         childArgs.insert(childArgs.end(), side->args.begin(), side->args.end());
         childArgs.insert(childArgs.end(), {"--timeline", base + ".json"});

@@ -24,29 +24,6 @@ namespace fs = std::filesystem;
 constexpr const char* kRunDirVar = "QVNPERFCTL_RUN_DIR";
 constexpr const char* kCustomName = "libcameracustom.so";
 
-// Removes the run directory whatever happens to the child.
-class RunDir {
-  public:
-    RunDir() {
-        const char* tmp = std::getenv("TMPDIR");
-        std::string pattern = std::string(tmp && *tmp ? tmp : "/tmp") + "/qvnperfctl.XXXXXX";
-        if (mkdtemp(pattern.data()))
-            mPath = pattern;
-    }
-    ~RunDir() {
-        std::error_code ignored;
-        if (!mPath.empty())
-            fs::remove_all(mPath, ignored);
-    }
-    RunDir(const RunDir&) = delete;
-    RunDir& operator=(const RunDir&) = delete;
-
-    const std::string& path() const { return mPath; }
-
-  private:
-    std::string mPath;
-};
-
 // Ignores one signal for as long as it lives.
 class IgnoredSignal {
   public:
@@ -125,12 +102,25 @@ int spawnSelf(const std::vector<std::string>& args, Prepare prepare) {
 
 }  // namespace
 
+ScratchDir::ScratchDir() {
+    const char* tmp = std::getenv("TMPDIR");
+    std::string pattern = std::string(tmp && *tmp ? tmp : "/tmp") + "/qvnperfctl.XXXXXX";
+    if (mkdtemp(pattern.data()))
+        mPath = pattern;
+}
+
+ScratchDir::~ScratchDir() {
+    std::error_code ignored;
+    if (!mPath.empty())
+        fs::remove_all(mPath, ignored);
+}
+
 bool isRelaunched() {
     return std::getenv(kRunDirVar) != nullptr;
 }
 
 int relaunch(const std::vector<std::string>& args, const LaunchPlan& plan) {
-    RunDir dir;
+    ScratchDir dir;
     if (dir.path().empty())
         return fail(std::string("cannot make a run directory: ") + std::strerror(errno));
 

@@ -16,6 +16,22 @@ struct LaunchPlan {
     std::string customLibrary;  // empty: none
 };
 
+// A fresh directory under $TMPDIR (or /tmp), removed with everything in it when the
+// object goes, whatever happened to the children that used it. path() is empty when it
+// could not be made.
+class ScratchDir {
+  public:
+    ScratchDir();
+    ~ScratchDir();
+    ScratchDir(const ScratchDir&) = delete;
+    ScratchDir& operator=(const ScratchDir&) = delete;
+
+    const std::string& path() const { return mPath; }
+
+  private:
+    std::string mPath;
+};
+
 // True in the copy started by relaunch().
 bool isRelaunched();
 
