@@ -1,7 +1,6 @@
 // qvnperfctl compare: plays one session under two tunings, each in its own simulation,
 // and shows where they differ.
 
-
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
