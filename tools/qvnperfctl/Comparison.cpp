@@ -1,7 +1,6 @@
 #include "Comparison.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <map>
 #include <set>
 
@@ -29,36 +28,27 @@ const Entry* entryAt(const Timeline& t, const std::string& name, int64_t us) {
     return found;
 }
 
-// When the two tracks first hold different values for longer than the wobble.
-std::optional<int64_t> firstApart(const ResourceTrack& a, const ResourceTrack& b, int64_t endUs,
-                                  int64_t forUs) {
+// The first moment the two tracks hold different values.
+std::optional<int64_t> firstApart(const ResourceTrack& a, const ResourceTrack& b, int64_t endUs) {
     std::set<int64_t> moments;
     for (const auto* track : {&a, &b}) {
         for (const auto& point : track->points)
             moments.insert(point.first);
     }
-    moments.insert(endUs);
-    std::optional<int64_t> apartSince;
     for (int64_t t : moments) {
-        const bool apart = t < endUs && a.valueAt(t) != b.valueAt(t);
-        if (apart && !apartSince)
-            apartSince = t;
-        if (!apart && apartSince) {
-            if (t - *apartSince >= forUs)
-                return apartSince;
-            apartSince.reset();
-        }
+        if (t < endUs && a.valueAt(t) != b.valueAt(t))
+            return t;
     }
     return std::nullopt;
 }
 
-// Where the tracks part at `us`; the values are those once both sides have settled.
+// Where the tracks part at `us`.
 SideDifference describe(const Timeline& ta, const Timeline& tb, const ResourceTrack& a,
-                        const ResourceTrack& b, int64_t us, int64_t settleUs) {
+                        const ResourceTrack& b, int64_t us) {
     SideDifference d;
     d.timeUs = us;
-    d.a = a.valueAt(us + settleUs);
-    d.b = b.valueAt(us + settleUs);
+    d.a = a.valueAt(us);
+    d.b = b.valueAt(us);
     const Entry* ea = entryAt(ta, a.name, us);
     const Entry* eb = entryAt(tb, b.name, us);
     // The side whose change came last made them part.
@@ -81,8 +71,7 @@ SideDifference describe(const Timeline& ta, const Timeline& tb, const ResourceTr
     }
     // Both sides may have had it at that moment.
     const Entry* other = fromB ? ea : eb;
-    const bool both = other && other->step == e->step &&
-                      std::llabs(other->changedAtUs() - e->changedAtUs()) <= settleUs;
+    const bool both = other && other->step == e->step && other->changedAtUs() == e->changedAtUs();
     d.step = e->step + " of " + locks + (both ? " on both sides" : fromB ? " on B" : " on A");
     return d;
 }
@@ -97,8 +86,6 @@ std::string stepText(const SideDifference& d) {
 
 }  // namespace
 
-namespace {}  // namespace
-
 std::optional<ResourceDifference> Comparison::first() const {
     const ResourceDifference* best = nullptr;
     for (const auto& r : resources) {
@@ -108,7 +95,7 @@ std::optional<ResourceDifference> Comparison::first() const {
     return best ? std::optional<ResourceDifference>(*best) : std::nullopt;
 }
 
-Comparison compareTimelines(const Timeline& a, const Timeline& b, int64_t sameWithinUs) {
+Comparison compareTimelines(const Timeline& a, const Timeline& b) {
     std::map<int, std::string> names;
     for (const auto* t : {&a, &b}) {
         for (const auto& e : t->entries) {
@@ -125,15 +112,13 @@ Comparison compareTimelines(const Timeline& a, const Timeline& b, int64_t sameWi
         r.b = trackOf(b, name);
         r.a.id = r.b.id = id;
         r.rows = timeAtValue({&r.a, &r.b}, {a.endUs, b.endUs});
-        auto apart = firstApart(r.a, r.b, endUs, std::max<int64_t>(sameWithinUs, 1));
+        const auto apart = firstApart(r.a, r.b, endUs);
         const bool rowsDiffer = std::any_of(r.rows.begin(), r.rows.end(), [&](const ValueRow& row) {
-            return std::llabs(row.usBy[0] - row.usBy[1]) > sameWithinUs;
+            return row.usBy[0] != row.usBy[1];
         });
         if (!apart && !rowsDiffer)
             continue;
-        if (!apart)
-            apart = firstApart(r.a, r.b, endUs, 1);  // only brief differences that add up
-        r.first = describe(a, b, r.a, r.b, apart.value_or(0), sameWithinUs);
+        r.first = describe(a, b, r.a, r.b, apart.value_or(0));
         comparison.resources.push_back(std::move(r));
     }
     return comparison;

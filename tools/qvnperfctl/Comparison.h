@@ -34,8 +34,8 @@ struct Comparison {
     std::optional<ResourceDifference> first() const;
 };
 
-// Differences that last no longer than `sameWithinUs`, or add up to no more, do not count.
-Comparison compareTimelines(const Timeline& a, const Timeline& b, int64_t sameWithinUs = 0);
+// Both sides played on the virtual clock, so any difference in value or time counts.
+Comparison compareTimelines(const Timeline& a, const Timeline& b);
 
 struct SideLabel {
     std::string name;  // "A"
