@@ -38,7 +38,7 @@ namespace PerfCtrlProperties = NSCam::NSCamFeature::NSCamPerfCtrl::PerfCtrlPrope
 const char* kUsage =
     "usage: qvnperfctl simulate SESSION.json [--custom LIB.so] [--config CONFIG.json]\n"
     "                           [--prop NAME=VALUE]... [--trace OUT.json] [--svg OUT.svg]\n"
-    "                           [--real-time]\n"
+    "                           [--timeline OUT.json] [--real-time]\n"
     "\n"
     "Plays a camera session script through the controller library as built, against\n"
     "the host power service, and prints a timeline: each step, every lock granted,\n"

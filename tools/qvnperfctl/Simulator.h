@@ -1,8 +1,7 @@
 #pragma once
 
 // Plays a session script through the controller, on the virtual clock or in real time,
-// and records what the
-// host power service saw.
+// and records what the host power service saw.
 
 #include <Cam3PerfCtrl.h>
 
