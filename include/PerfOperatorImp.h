@@ -19,6 +19,8 @@ class QVNCAM_EXPORT PerfOperatorImp : public PerfOperator {
   public:
     using LockAcqFn = int (*)(int handle, int duration, int* list, int numArgs);
     using LockRelFn = int (*)(int handle);
+    // Start times and expiry: the system clock, in microseconds.
+    using TimePoint = std::chrono::time_point<std::chrono::system_clock, std::chrono::microseconds>;
 
     // Acquires the lock at once; `user` may be null.
     PerfOperatorImp(std::vector<int> cmds, int timeout, const char* user);
@@ -48,8 +50,6 @@ class QVNCAM_EXPORT PerfOperatorImp : public PerfOperator {
     friend class LiveOperators;
 
     bool _exit();
-
-    using TimePoint = std::chrono::time_point<std::chrono::system_clock, std::chrono::microseconds>;
 
     int mTimeout = -1;
     TimePoint mStartTime{};

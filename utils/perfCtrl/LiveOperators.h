@@ -9,7 +9,6 @@
 #include <string>
 #include <vector>
 
-#include "OperatorClock.h"
 #include "PerfOperatorImp.h"
 
 namespace NSCam {
@@ -23,7 +22,7 @@ struct LiveOperatorInfo {
     int timeoutMs = -1;
     bool detached = false;
     bool released = false;
-    OperatorTime start{};
+    PerfOperatorImp::TimePoint start{};
     std::vector<int> cmds;  // the last list sent: the acquisition or the latest re-issue
     int reissues = 0;
 };

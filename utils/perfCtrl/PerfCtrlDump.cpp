@@ -39,7 +39,7 @@ void appendf(std::string& out, const char* format, ...) {
 }
 
 // Local wall-clock time, as the rest of a bug report shows it.
-std::string clockText(OperatorTime t, bool withDate) {
+std::string clockText(PerfOperatorImp::TimePoint t, bool withDate) {
     const auto us = t.time_since_epoch().count();
     const time_t seconds = static_cast<time_t>(us / 1000000);
     struct tm parts {};
@@ -52,7 +52,7 @@ std::string clockText(OperatorTime t, bool withDate) {
     return full;
 }
 
-long long elapsedMs(const LiveOperatorInfo& op, OperatorTime now) {
+long long elapsedMs(const LiveOperatorInfo& op, PerfOperatorImp::TimePoint now) {
     // As isAlive() counts: whole milliseconds, truncated.
     return (now - op.start).count() / 1000;
 }
@@ -131,7 +131,8 @@ void appendPairs(std::string& out, const LiveOperatorInfo& op) {
     out += line + "\n";
 }
 
-void appendOperator(std::string& out, size_t index, const LiveOperatorInfo& op, OperatorTime now) {
+void appendOperator(std::string& out, size_t index, const LiveOperatorInfo& op,
+                    PerfOperatorImp::TimePoint now) {
     const OperatorState state = operatorState(op, now);
     // The user string goes in whole: it may be longer than appendf's buffer.
     appendf(out, "  #%zu \"", index);
@@ -200,7 +201,7 @@ bool writeAll(int fd, const std::string& text) {
 
 }  // namespace
 
-OperatorState operatorState(const LiveOperatorInfo& op, OperatorTime now) {
+OperatorState operatorState(const LiveOperatorInfo& op, PerfOperatorImp::TimePoint now) {
     if (op.released) {
         return OperatorState::Released;
     }
@@ -240,7 +241,7 @@ const char* operatorStateName(OperatorState state) {
 }
 
 std::string renderDump(const ControllerDumpState& ctrl, bool powerClientLoaded,
-                       const std::vector<LiveOperatorInfo>& ops, OperatorTime now) {
+                       const std::vector<LiveOperatorInfo>& ops, PerfOperatorImp::TimePoint now) {
     std::string out;
     out.reserve(512 + ops.size() * 200);
     appendf(out, "qvncam_perfctrl, pid %d, %s\n", static_cast<int>(getpid()),

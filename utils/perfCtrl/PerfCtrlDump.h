@@ -41,12 +41,12 @@ enum class OperatorState { Held, Timed, Detached, Expired, Refused, NeverAcquire
 
 // Held: no expiry. Expired: the duration ran out, detached or not; the power service has
 // ended the lock by itself.
-OperatorState operatorState(const LiveOperatorInfo& op, OperatorTime now);
+OperatorState operatorState(const LiveOperatorInfo& op, PerfOperatorImp::TimePoint now);
 // "held", "timed", "detached", "expired", "refused", "never acquired", "released".
 const char* operatorStateName(OperatorState state);
 
 std::string renderDump(const ControllerDumpState& ctrl, bool powerClientLoaded,
-                       const std::vector<LiveOperatorInfo>& ops, OperatorTime now);
+                       const std::vector<LiveOperatorInfo>& ops, PerfOperatorImp::TimePoint now);
 
 }  // namespace NSCamPerfCtrl
 }  // namespace NSCamFeature
