@@ -3,8 +3,8 @@
 #include <cstdint>
 #include <cstdio>
 
-#include "Commands.h"
-#include "ExitCodes.h"
+#include "commands/Commands.h"
+#include "commands/ExitCodes.h"
 #include "FuzzSupport.h"
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {

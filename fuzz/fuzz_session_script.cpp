@@ -4,8 +4,8 @@
 #include <cstdint>
 #include <string>
 
-#include "JsonSource.h"
-#include "SessionScript.h"
+#include "script/JsonSource.h"
+#include "script/SessionScript.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     qvnperfctl::JsonSource source;

@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "Commands.h"
-#include "ExitCodes.h"
+#include "commands/Commands.h"
+#include "commands/ExitCodes.h"
 
 namespace qvnperfctl {
 

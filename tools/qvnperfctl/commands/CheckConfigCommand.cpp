@@ -1,0 +1,117 @@
+// qvnperfctl check-config: the check a device maker runs on a JSON configuration
+// before flashing it.
+
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include "commands/CommandLine.h"
+#include "commands/Commands.h"
+#include "commands/ExitCodes.h"
+#include "config/ConfigReading.h"
+#include "config/Vocabulary.h"
+#include "script/JsonSource.h"
+
+namespace qvnperfctl {
+namespace {
+
+const char* kUsage =
+    "usage: qvnperfctl check-config [--show] CONFIG.json...\n"
+    "\n"
+    "Checks a JSON configuration of the controller (the file that property\n"
+    "vendor.debug.qvncam.perfjson names) before it goes on a device. The file is read\n"
+    "by the controller's own code, so a file it refuses fails here too:\n"
+    "  - the file is at most 16 MiB of JSON (comments allowed), nested at most 100\n"
+    "    deep, with an object at the top;\n"
+    "  - \"enter_cam\" and \"config_cam\" are objects;\n"
+    "  - every name in them is a resource of the vocabulary that configuration may\n"
+    "    use (see qvnperfctl resources);\n"
+    "  - every value is an integer that fits in 32 bits, written as one: any other\n"
+    "    value is reported with what the controller uses instead;\n"
+    "  - no other top-level member and no name twice in one object.\n"
+    "Each problem is printed as FILE:LINE: message.\n"
+    "\n"
+    "  --show   also print the command lists the controller sends from the file:\n"
+    "           resource id, name and value, in the order sent\n"
+    "\n"
+    "Exit status: 0 clean, 1 problems found, 2 usage or unreadable file.\n";
+
+void printList(const char* label, const SentList& list) {
+    if (!list.present) {
+        std::printf("  %s: none in the file (the customisation library's answer is used)\n", label);
+        return;
+    }
+    const size_t pairs = list.pairs.size() / 2;
+    std::printf("  %s: %zu pair%s%s%s\n", label, pairs, pairs == 1 ? "" : "s",
+                list.note.empty() ? "" : "; ", list.note.c_str());
+    const auto& vocabulary = Vocabulary::instance();
+    for (size_t i = 0; i + 1 < list.pairs.size(); i += 2) {
+        const Resource* r = vocabulary.byId(list.pairs[i]);
+        std::printf("    0x%08x  %-44s  %d\n", static_cast<unsigned>(list.pairs[i]),
+                    r != nullptr ? r->name.c_str() : "?", list.pairs[i + 1]);
+    }
+}
+
+}  // namespace
+
+int runCheckConfig(const std::vector<std::string>& args) {
+    CommandLine line;
+    const auto problem = parseCommandLine(args, {{"show", false}}, line);
+    if (line.help) {
+        std::fputs(kUsage, stdout);
+        return kExitOk;
+    }
+    if (problem)
+        return usageError("check-config", *problem);
+    if (line.operands.empty())
+        return usageError("check-config", "missing CONFIG.json");
+    const bool show = !line.options.empty();
+    int status = kExitOk;
+    auto found = [&status] {
+        if (status == kExitOk)
+            status = kExitProblems;
+    };
+    for (const auto& path : line.operands) {
+        JsonSource source;
+        switch (source.load(path)) {
+            case JsonSource::Status::IoError:
+                std::fprintf(stderr, "qvnperfctl check-config: %s\n", source.error().c_str());
+                status = kExitUsage;
+                continue;
+            case JsonSource::Status::TooLarge:
+                std::printf("%s:1: not loaded by the controller: %s\n", path.c_str(),
+                            source.error().c_str());
+                break;
+            case JsonSource::Status::ParseError:
+                std::printf("%s:%d: not loaded by the controller: %s\n", path.c_str(),
+                            source.errorLine(), source.error().c_str());
+                break;
+            case JsonSource::Status::Ok: {
+                const ConfigReading reading = readConfiguration(source);
+                for (const auto& p : reading.problems)
+                    std::printf("%s:%d: %s\n", path.c_str(), p.line, p.message.c_str());
+                if (reading.problems.empty()) {
+                    std::printf("%s: ok\n", path.c_str());
+                } else {
+                    std::printf("%s: %zu problem%s\n", path.c_str(), reading.problems.size(),
+                                reading.problems.size() == 1 ? "" : "s");
+                    found();
+                }
+                if (show) {
+                    std::printf("%s: with a customisation library loaded, the controller sends\n",
+                                path.c_str());
+                    printList("enter-camera list", reading.enterCamera);
+                    printList("configure-stream list", reading.configureStream);
+                }
+                continue;
+            }
+        }
+        found();
+        if (show)
+            std::printf("%s: the controller does not load it and sends no list from it\n",
+                        path.c_str());
+    }
+    return status;
+}
+
+}  // namespace qvnperfctl

@@ -1,0 +1,191 @@
+// qvnperfctl compare: plays one session under two tunings, each in its own simulation,
+// and shows where they differ.
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <optional>
+
+#include "commands/CommandLine.h"
+#include "commands/Commands.h"
+#include "timeline/Comparison.h"
+#include "svg/CompareSvg.h"
+#include "text/ComparisonPrinter.h"
+#include "commands/ExitCodes.h"
+#include "play/Launcher.h"
+#include "commands/SimulateOptions.h"
+#include "timeline/TimelineFile.h"
+
+namespace qvnperfctl {
+namespace {
+
+const char* kUsage =
+    "usage: qvnperfctl compare SESSION.json [OPTIONS] [--svg OUT.svg] --a [OPTIONS]\n"
+    "                          --b [OPTIONS]\n"
+    "\n"
+    "Plays one session twice through the controller, under two tunings A and B, and\n"
+    "prints what differs: for each resource that behaves differently, the time it spent\n"
+    "at each effective value on each side and where the sides first part; then the\n"
+    "lock counts side by side. Resources that behave the same are not listed.\n"
+    "\n"
+    "OPTIONS are those of simulate: --custom LIB.so, --config CONFIG.json,\n"
+    "--prop NAME=VALUE. Those before --a apply to both sides, those after --a to side A\n"
+    "only, those after --b to side B only.\n"
+    "\n"
+    "  --svg OUT.svg   both sides in one picture: CPU floors and the DRAM operating\n"
+    "                  point, A solid, B dashed\n"
+    "\n"
+    "Example: the example policy against a power-saving one\n"
+    "  qvnperfctl compare examples/sessions/preview.json \\\n"
+    "      --a --custom build/examples/custom/libcameracustom.so \\\n"
+    "      --b --custom build/examples/power_saving/libcameracustom.so\n"
+    "\n"
+    "Exit status: 0 both sides ran cleanly, 1 either side leaked a lock, released one\n"
+    "badly or was refused one, 2 usage, script or I/O error.\n";
+
+struct Sides {
+    std::vector<std::string> common, a, b;
+    std::string svg;
+};
+
+// Splits the command line at --a and --b; compare's own --svg belongs to the common part.
+std::optional<std::string> splitSides(const std::vector<std::string>& args, Sides& out) {
+    std::vector<std::string>* scope = &out.common;
+    bool seenA = false, seenB = false;
+    for (size_t i = 0; i < args.size(); ++i) {
+        const std::string& arg = args[i];
+        if (arg == "--a" || arg == "--b") {
+            bool& seen = arg == "--a" ? seenA : seenB;
+            if (seen)
+                return arg + " given twice";
+            if (arg == "--a" && seenB)
+                return std::string("--a must come before --b");
+            seen = true;
+            scope = arg == "--a" ? &out.a : &out.b;
+            continue;
+        }
+        if (arg == "--svg" || arg.rfind("--svg=", 0) == 0) {
+            if (scope != &out.common)
+                return std::string("--svg applies to the comparison: give it before --a");
+            if (arg == "--svg") {
+                if (i + 1 >= args.size() || args[i + 1].empty())
+                    return std::string("--svg needs a value");
+                out.svg = args[++i];
+            } else {
+                out.svg = arg.substr(6);
+            }
+            continue;
+        }
+        if (arg == "--trace" || arg.rfind("--trace=", 0) == 0 || arg == "--timeline" ||
+            arg.rfind("--timeline=", 0) == 0 || arg.rfind("--real-time", 0) == 0)
+            return arg.substr(0, arg.find('=')) + " is for simulate, not compare";
+        scope->push_back(arg);
+    }
+    if (!seenA || !seenB)
+        return std::string("needs both --a and --b");
+    return std::nullopt;
+}
+
+std::string joined(const std::vector<std::string>& words) {
+    std::string text;
+    for (const auto& w : words)
+        text += (text.empty() ? "" : " ") + w;
+    return text;
+}
+
+struct Side {
+    std::string name;
+    std::vector<std::string> args;  // simulate's, session first
+    int status = kExitOk;
+    Timeline timeline;
+};
+
+}  // namespace
+
+int runCompare(const std::vector<std::string>& args) {
+    // Every other word goes to simulate's own reading, side by side.
+    if (std::find_if(args.begin(), args.end(), [](const std::string& arg) {
+            return arg == "-h" || arg == "--help";
+        }) != args.end()) {
+        std::fputs(kUsage, stdout);
+        return kExitOk;
+    }
+    Sides sides;
+    if (auto problem = splitSides(args, sides))
+        return usageError("compare", *problem);
+
+    Side a{"A", sides.common, kExitOk, {}}, b{"B", sides.common, kExitOk, {}};
+    a.args.insert(a.args.end(), sides.a.begin(), sides.a.end());
+    b.args.insert(b.args.end(), sides.b.begin(), sides.b.end());
+    // simulate's own reading finds bad options before anything runs.
+    for (const Side* side : {&a, &b}) {
+        SimulateOptions options;
+        if (auto problem = parseSimulateOptions(side->args, options))
+            return usageError("compare", "side " + side->name + ": " + *problem);
+    }
+    if (!sides.svg.empty() && !std::ofstream(sides.svg, std::ios::app)) {
+        std::fprintf(stderr, "qvnperfctl compare: cannot write %s\n", sides.svg.c_str());
+        return kExitUsage;
+    }
+
+    ScratchDir scratch;
+    if (scratch.path().empty()) {
+        std::fprintf(stderr, "qvnperfctl compare: cannot make a scratch directory\n");
+        return kExitUsage;
+    }
+    for (Side* side : {&a, &b}) {
+        const std::string base = scratch.path() + "/" + side->name;
+        std::vector<std::string> childArgs = {"simulate"};
+        childArgs.insert(childArgs.end(), side->args.begin(), side->args.end());
+        childArgs.insert(childArgs.end(), {"--timeline", base + ".json"});
+        side->status = runSelf(childArgs, base + ".txt");
+        if (side->status == kExitUsage) {
+            std::fprintf(stderr, "qvnperfctl compare: side %s could not run\n", side->name.c_str());
+            return kExitUsage;
+        }
+        std::string error;
+        if (!readTimelineFile(base + ".json", side->timeline, error)) {
+            std::fprintf(stderr, "qvnperfctl compare: side %s: %s\n", side->name.c_str(),
+                         error.c_str());
+            return side->status == kExitOk ? kExitUsage : kExitProblems;
+        }
+    }
+
+    // The session path each side names is the same; drop the options' copies of it.
+    auto optionsOf = [&](const std::vector<std::string>& scoped) {
+        std::vector<std::string> words = sides.common;
+        words.insert(words.end(), scoped.begin(), scoped.end());
+        SimulateOptions parsed;
+        parseSimulateOptions(words, parsed);
+        auto session = std::find(words.begin(), words.end(), parsed.session);
+        if (session != words.end())
+            words.erase(session);
+        return joined(words);
+    };
+    // Both sides play on the virtual clock, so their times agree to the microsecond.
+    const Comparison comparison = compareTimelines(a.timeline, b.timeline);
+    printComparison(comparison, a.timeline, b.timeline, {"A", optionsOf(sides.a)},
+                    {"B", optionsOf(sides.b)}, stdout);
+    std::fflush(stdout);
+
+    int status = kExitOk;
+    for (const Side* side : {&a, &b}) {
+        if (side->status != kExitOk || !side->timeline.clean() ||
+            side->timeline.counters.refused > 0) {
+            std::fprintf(stderr,
+                         "qvnperfctl compare: side %s had problems; see qvnperfctl simulate %s\n",
+                         side->name.c_str(), joined(side->args).c_str());
+            status = kExitProblems;
+        }
+    }
+    if (!sides.svg.empty() &&
+        !writeCompareSvg(comparison, a.timeline, b.timeline, {"A", optionsOf(sides.a)},
+                         {"B", optionsOf(sides.b)}, sides.svg)) {
+        std::fprintf(stderr, "qvnperfctl compare: cannot write %s\n", sides.svg.c_str());
+        status = kExitUsage;
+    }
+    return status;
+}
+
+}  // namespace qvnperfctl

@@ -1,0 +1,224 @@
+// qvnperfctl simulate: plays a session script through the controller against the host
+// power service and shows what it asked for.
+
+#include <csignal>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+
+#include "commands/CommandLine.h"
+#include "commands/Commands.h"
+#include "commands/ExitCodes.h"
+#include "commands/SimulateOptions.h"
+#include "play/Launcher.h"
+#include "play/PlaySession.h"
+#include "script/JsonSource.h"
+#include "script/PropertyFile.h"
+#include "script/SessionScript.h"
+#include "svg/SessionSvg.h"
+#include "text/TimeAtValueTable.h"
+#include "text/TimelinePrinter.h"
+#include "timeline/LockSpans.h"
+#include "timeline/TimelineFile.h"
+#include "trace/ChromeTrace.h"
+
+namespace qvnperfctl {
+namespace {
+
+const char* kUsage =
+    "usage: qvnperfctl simulate SESSION.json [--custom LIB.so] [--config CONFIG.json]\n"
+    "                           [--prop NAME=VALUE]... [--trace OUT.json] [--svg OUT.svg]\n"
+    "                           [--timeline OUT.json] [--real-time]\n"
+    "\n"
+    "Plays a camera session script through the controller library as built, against\n"
+    "the host power service, and prints a timeline: each step, every lock granted,\n"
+    "re-issued, released or expired with its resources, the effective values each step\n"
+    "changed, and at the end the service's counters, any leaked lock and any refused\n"
+    "request. The session plays on a virtual clock: each step and each expiry happens at\n"
+    "its exact time, the run takes as long as the work, and the same input gives the\n"
+    "same output.\n"
+    "\n"
+    "  --custom LIB.so       customisation library, loaded as libcameracustom.so\n"
+    "  --config CONFIG.json  JSON configuration (sets vendor.cam3perfctrl.enablejson=1\n"
+    "                        and vendor.debug.qvncam.perfjson)\n"
+    "  --prop NAME=VALUE     property set before the library loads; repeatable, wins\n"
+    "                        over the script's \"properties\"\n"
+    "  --trace OUT.json      Chrome trace-event file (Perfetto UI, chrome://tracing)\n"
+    "  --svg OUT.svg         the timeline as one SVG picture\n"
+    "  --real-time           let the session's time pass for real instead\n"
+    "  --timeline OUT.json   the timeline as JSON, for other programs\n"
+    "\n"
+    "A session script is a JSON object: \"description\", \"properties\" (set before\n"
+    "the library loads) and \"steps\", each an object with an \"op\":\n"
+    "  open       boost_ms\n"
+    "  configure  streams [{type, width, height, usage, format}], fps [min, max]\n"
+    "  requests   count, interval_ms, complete_after, first, metadata\n"
+    "  boost      level (0-3 or \"default\"), timeout_ms, release_after_ms\n"
+    "  affinity   thread\n"
+    "  eas        tid (a number or \"self\", which is task 1000 on the virtual clock),\n"
+    "             flags, release_after_ms\n"
+    "  prop       name, value\n"
+    "  wait       ms\n"
+    "  close\n"
+    "  dump       (the controller's live operators beside the service's locks)\n"
+    "See examples/sessions/ and tools/README.md.\n"
+    "\n"
+    "Exit status: 0 clean run, 1 a lock leaked, was released badly or was refused by the\n"
+    "service, 2 usage, script or I/O error.\n";
+
+using Options = SimulateOptions;
+
+}  // namespace
+
+std::optional<std::string> parseSimulateOptions(const std::vector<std::string>& args,
+                                                SimulateOptions& out) {
+    CommandLine line;
+    auto problem = parseCommandLine(args,
+                                    {{"custom", true},
+                                     {"config", true},
+                                     {"prop", true},
+                                     {"trace", true},
+                                     {"svg", true},
+                                     {"timeline", true},
+                                     {"real-time", false}},
+                                    line);
+    out.help = line.help;
+    if (problem)
+        return problem;
+    for (const auto& [name, value] : line.options) {
+        if (name == "real-time") {
+            out.realTime = true;
+        } else if (name == "timeline") {
+            out.timeline = value;
+        } else if (name == "custom") {
+            out.custom = value;
+        } else if (name == "config") {
+            out.config = value;
+        } else if (name == "trace") {
+            out.trace = value;
+        } else if (name == "svg") {
+            out.svg = value;
+        } else if (name == "prop") {
+            auto eq = value.find('=');
+            if (eq == std::string::npos || eq == 0)
+                return "--prop needs NAME=VALUE";
+            out.props.emplace_back(value.substr(0, eq), value.substr(eq + 1));
+        }
+    }
+    if (line.operands.size() > 1)
+        return std::string("more than one session script");
+    if (line.operands.empty())
+        return std::string("missing SESSION.json");
+    out.session = line.operands.front();
+    return std::nullopt;
+}
+
+namespace {
+
+// Loads and checks the script; prints its problems with their lines.
+bool loadSession(const std::string& path, Session& session) {
+    JsonSource source;
+    switch (source.load(path)) {
+        case JsonSource::Status::IoError:
+        case JsonSource::Status::TooLarge:
+            std::fprintf(stderr, "qvnperfctl simulate: %s\n", source.error().c_str());
+            return false;
+        case JsonSource::Status::ParseError:
+            std::fprintf(stderr, "%s:%d: not valid JSON: %s\n", path.c_str(), source.errorLine(),
+                         source.error().c_str());
+            return false;
+        case JsonSource::Status::Ok:
+            break;
+    }
+    auto errors = parseSession(source, session);
+    for (const auto& e : errors) {
+        std::fprintf(stderr, "%s:%d: %s\n", path.c_str(), e.line, e.message.c_str());
+    }
+    return errors.empty();
+}
+
+bool writable(const std::string& path) {
+    std::ofstream probe(path, std::ios::app);
+    return static_cast<bool>(probe);
+}
+
+// The simulation proper, in the process that relaunch() prepared.
+int play(const Options& options, const Session& session) {
+    // A reader that goes away (simulate ... | head) only cuts the timeline short: the
+    // pictures are still written and the exit status still tells what the session did.
+    std::signal(SIGPIPE, SIG_IGN);
+    Timeline timeline = playSession(session, options.config, options.realTime);
+    printTimeline(timeline, stdout);
+    std::fputs("\n", stdout);
+    printTimeAtValue(timeline, stdout);
+    std::fflush(stdout);
+
+    int status = timeline.clean() ? kExitOk : kExitProblems;
+    if (!options.timeline.empty() && !writeTimelineFile(timeline, options.timeline)) {
+        std::fprintf(stderr, "qvnperfctl simulate: cannot write %s\n", options.timeline.c_str());
+        status = kExitUsage;
+    }
+    if (!options.trace.empty() || !options.svg.empty()) {
+        Picture picture = buildPicture(timeline);
+        if (!options.trace.empty() && !writeChromeTrace(timeline, picture, options.trace)) {
+            std::fprintf(stderr, "qvnperfctl simulate: cannot write %s\n", options.trace.c_str());
+            status = kExitUsage;
+        }
+        std::string title =
+            session.path + (session.description.empty() ? "" : " - " + session.description);
+        if (!options.svg.empty() && !writeSvg(picture, title, options.svg)) {
+            std::fprintf(stderr, "qvnperfctl simulate: cannot write %s\n", options.svg.c_str());
+            status = kExitUsage;
+        }
+    }
+    return status;
+}
+
+}  // namespace
+
+int runSimulate(const std::vector<std::string>& args) {
+    Options options;
+    auto problem = parseSimulateOptions(args, options);
+    if (options.help) {
+        std::fputs(kUsage, stdout);
+        return kExitOk;
+    }
+    if (problem)
+        return usageError("simulate", *problem);
+    Session session;
+    if (!loadSession(options.session, session))
+        return kExitUsage;
+    if (isRelaunched())
+        return play(options, session);
+
+    LaunchPlan plan;
+    plan.properties = session.properties;
+    namespace fs = std::filesystem;
+    if (!options.config.empty()) {
+        std::error_code ec;
+        auto config = fs::canonical(options.config, ec);
+        if (ec || !std::ifstream(config)) {
+            std::fprintf(stderr, "qvnperfctl simulate: cannot read %s\n", options.config.c_str());
+            return kExitUsage;
+        }
+        for (auto& property : configurationProperties(config.string()))
+            plan.properties.push_back(std::move(property));
+    }
+    plan.properties.insert(plan.properties.end(), options.props.begin(), options.props.end());
+    if (!options.custom.empty() && !std::ifstream(options.custom)) {
+        std::fprintf(stderr, "qvnperfctl simulate: cannot read %s\n", options.custom.c_str());
+        return kExitUsage;
+    }
+    plan.customLibrary = options.custom;
+    for (const auto* out : {&options.trace, &options.svg, &options.timeline}) {
+        if (!out->empty() && !writable(*out)) {
+            std::fprintf(stderr, "qvnperfctl simulate: cannot write %s\n", out->c_str());
+            return kExitUsage;
+        }
+    }
+    std::vector<std::string> childArgs = {"simulate"};
+    childArgs.insert(childArgs.end(), args.begin(), args.end());
+    return relaunch(childArgs, plan);
+}
+
+}  // namespace qvnperfctl

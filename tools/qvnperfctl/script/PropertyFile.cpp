@@ -1,0 +1,67 @@
+#include "script/PropertyFile.h"
+
+#include <cstdio>
+#include <fstream>
+#include <sstream>
+#include <string_view>
+
+#include "PerfCtrlProperties.h"
+#include "PropertyText.h"
+#include "qvncam/platform/JsonText.h"
+
+namespace qvnperfctl {
+
+bool PropertyFile::load() {
+    std::ifstream in(mPath);
+    if (!in)
+        return false;
+    std::ostringstream text;
+    text << in.rdbuf();
+    mEntries.clear();
+    // Read as the controller reads it, so the listing shows what the controller sees.
+    qvncam::platform::forEachPropertyLine(text.str(),
+                                          [this](std::string_view name, std::string_view value) {
+                                              set(std::string(name), std::string(value));
+                                          });
+    return true;
+}
+
+void PropertyFile::set(const std::string& name, const std::string& value) {
+    for (auto& entry : mEntries) {
+        if (entry.first == name) {
+            entry.second = value;
+            return;
+        }
+    }
+    mEntries.emplace_back(name, value);
+}
+
+bool PropertyFile::write() const {
+    std::string temp = mPath + ".new";
+    {
+        std::ofstream out(temp, std::ios::trunc);
+        out << "# written by qvnperfctl simulate\n";
+        for (const auto& [name, value] : mEntries)
+            out << name << '=' << value << '\n';
+        if (!out.flush())
+            return false;
+    }
+    // A new file under the old name: a new identity, seen as a change at the next read.
+    return std::rename(temp.c_str(), mPath.c_str()) == 0;
+}
+
+bool readAtLibraryLoad(const std::string& name) {
+    using namespace NSCam::NSCamFeature::NSCamPerfCtrl::PerfCtrlProperties;
+    for (const Listed& p : kAll) {
+        if (name == p.name)
+            return p.readAt == ReadAt::LibraryLoad;
+    }
+    return false;
+}
+
+std::vector<std::pair<std::string, std::string>> configurationProperties(const std::string& path) {
+    using NSCam::NSCamFeature::NSCamPerfCtrl::PerfCtrlProperties::kEnableJson;
+    return {{kEnableJson.name, "1"}, {qvncam::platform::kJsonConfigProperty, path}};
+}
+
+}  // namespace qvnperfctl

@@ -1,0 +1,38 @@
+#pragma once
+
+// The host properties file (name=value lines) that QVNCAM_PROPERTIES names; the
+// controller re-reads it whenever it changes.
+
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace qvnperfctl {
+
+class PropertyFile {
+  public:
+    explicit PropertyFile(std::string path) : mPath(std::move(path)) {}
+
+    // Reads name=value lines written by write(); false when the file cannot be read.
+    bool load();
+    // Sets or replaces one property (kept in the order first set).
+    void set(const std::string& name, const std::string& value);
+    // Replaces the file as a whole (write and rename), so a reader never sees half of it.
+    bool write() const;
+
+    const std::string& path() const { return mPath; }
+    const std::vector<std::pair<std::string, std::string>>& entries() const { return mEntries; }
+
+  private:
+    std::string mPath;
+    std::vector<std::pair<std::string, std::string>> mEntries;
+};
+
+// The properties that make the controller read the JSON configuration at `path`.
+std::vector<std::pair<std::string, std::string>> configurationProperties(const std::string& path);
+
+// Properties the controller reads only when the library is loaded: changing them
+// during a session has no effect on it.
+bool readAtLibraryLoad(const std::string& name);
+
+}  // namespace qvnperfctl

@@ -1,0 +1,134 @@
+#include "svg/CompareSvg.h"
+
+#include <algorithm>
+#include <fstream>
+#include <cstdlib>
+#include <sstream>
+
+#include "timeline/LockSpans.h"
+#include "svg/SvgParts.h"
+
+namespace qvnperfctl {
+namespace {
+
+using svg::escape;
+using svg::fit;
+using svg::num;
+
+constexpr double kWidth = 1200;
+constexpr double kLeft = 150;
+constexpr double kRight = 30;
+constexpr double kChartHeight = 110;
+constexpr const char* kColourA = "#4e79a7";
+constexpr const char* kColourB = "#e15759";
+constexpr const char* kDashesB = "7,4";
+
+// The steps of side A (both sides play the same script), and each side's events; an
+// event both sides had within `sameWithinUs` of each other is shown once.
+std::vector<svg::Marker> markersOf(const Picture& a, const Picture& b, int64_t sameWithinUs) {
+    std::vector<svg::Marker> markers;
+    for (const auto& step : a.steps)
+        markers.push_back({step.timeUs, step.label, false});
+    std::vector<bool> shared(b.events.size(), false);
+    for (const auto& e : a.events) {
+        std::string sides = "A";
+        for (size_t i = 0; i < b.events.size(); ++i) {
+            if (!shared[i] && b.events[i].label == e.label &&
+                std::llabs(b.events[i].timeUs - e.timeUs) <= sameWithinUs) {
+                shared[i] = true;
+                sides = "A and B";
+                break;
+            }
+        }
+        markers.push_back({e.timeUs, sides + ": " + e.label, true});
+    }
+    for (size_t i = 0; i < b.events.size(); ++i) {
+        if (!shared[i])
+            markers.push_back({b.events[i].timeUs, "B: " + b.events[i].label, true});
+    }
+    std::stable_sort(
+        markers.begin(), markers.end(), [](const svg::Marker& x, const svg::Marker& y) {
+            return x.timeUs < y.timeUs || (x.timeUs == y.timeUs && !x.event && y.event);
+        });
+    return markers;
+}
+
+}  // namespace
+
+bool writeCompareSvg(const Comparison& comparison, const Timeline& a, const Timeline& b,
+                     const SideLabel& labelA, const SideLabel& labelB, const std::string& path) {
+    const Picture pa = buildPicture(a), pb = buildPicture(b);
+    const svg::TimeScale scale(std::max(a.endUs, b.endUs), kLeft, kWidth - kLeft - kRight);
+    // Closer than a pixel or so is the same moment in the picture.
+    const svg::MarkerRow markers(scale, markersOf(pa, pb, scale.endUs / 500));
+    std::ostringstream body;
+
+    double y = 44;
+    const svg::Line lineA{nullptr, kColourA, ""}, lineB{nullptr, kColourB, kDashesB};
+    for (const auto& [label, line] : {std::pair{labelA, lineA}, std::pair{labelB, lineB}}) {
+        body << "<line x1=\"12\" y1=\"" << num(y - 4) << "\" x2=\"44\" y2=\"" << num(y - 4)
+             << "\" stroke=\"" << line.colour << "\" stroke-width=\"2\""
+             << (line.dashes.empty() ? "" : " stroke-dasharray=\"" + line.dashes + "\"")
+             << "/><text x=\"50\" y=\"" << num(y) << "\">"
+             << escape(fit(
+                    label.name + ": " + (label.options.empty() ? "(no options)" : label.options),
+                    170))
+             << "</text>\n";
+        y += 16;
+    }
+    const double markersTop = y + 6;
+    body << "<text x=\"8\" y=\"" << num(markersTop + 10)
+         << "\" font-weight=\"bold\">steps and events</text>\n";
+    y = markersTop + std::max(markers.height(), 14.0) + 30;
+
+    std::vector<std::pair<const StepSeries*, const StepSeries*>> charts;
+    for (size_t i = 0; i < pa.cpuFloors.size() && i < pb.cpuFloors.size(); ++i)
+        charts.emplace_back(&pa.cpuFloors[i], &pb.cpuFloors[i]);
+    charts.emplace_back(&pa.dram, &pb.dram);
+    double firstChartTop = -1;
+    for (const auto& chart : charts) {
+        const StepSeries* sa = chart.first;
+        const StepSeries* sb = chart.second;
+        const bool cpu = sa->resource.find("CPUFREQ") != std::string::npos;
+        const bool differs = std::any_of(comparison.resources.begin(), comparison.resources.end(),
+                                         [&](const auto& r) { return r.name == sa->resource; });
+        svg::Line la = lineA, lb = lineB;
+        la.points = &sa->points;
+        lb.points = &sb->points;
+        body << "<text x=\"8\" y=\"" << num(y - 10) << "\"><tspan font-weight=\"bold\">"
+             << escape(sa->label) << "</tspan><tspan dx=\"10\" fill=\""
+             << (differs ? "#b03030" : "#666666") << "\">"
+             << (differs ? "differs" : "same on both sides") << "</tspan></text>\n";
+        if (firstChartTop < 0)
+            firstChartTop = y;
+        y = svg::stepChart(body, scale, y, kChartHeight, cpu ? "GHz" : "OPP", cpu ? 1e6 : 1,
+                           {la, lb}, {});
+        y += 34;
+    }
+    if (auto first = comparison.first()) {
+        const double fx = scale.x(first->first.timeUs);
+        body << "<g><title>"
+             << escape("first difference: " + formatTime(first->first.timeUs) + ", " +
+                       first->first.step)
+             << "</title><line x1=\"" << num(fx) << "\" y1=\"" << num(markersTop) << "\" x2=\""
+             << num(fx) << "\" y2=\"" << num(y - 34) << "\" stroke=\"#b03030\" stroke-width=\"1\"/>"
+             << "<text x=\"" << num(fx + 3) << "\" y=\"" << num(firstChartTop + 10)
+             << "\" font-size=\"9\" fill=\"#b03030\">first difference</text></g>\n";
+    }
+    markers.draw(body, markersTop, y - 34);
+    body << "<text x=\"" << num(kWidth - kRight) << "\" y=\"" << num(y - 6)
+         << "\" text-anchor=\"end\">time (" << scale.unit.name << ")</text>\n";
+    y += 6;
+    body << "<text x=\"8\" y=\"" << num(y + 10)
+         << "\" font-weight=\"bold\">steps and events</text>\n";
+    y += 16;
+    y += markers.legend(body, y, 8, kWidth - 16) + 12;
+
+    const std::string title =
+        "compare " + a.sessionPath + (a.description.empty() ? "" : " - " + a.description);
+    std::ofstream out(path, std::ios::trunc);
+    svg::document(out, kWidth, y, title, body.str());
+    return static_cast<bool>(out.flush());
+}
+
+}  // namespace qvnperfctl
