@@ -20,12 +20,9 @@ namespace {
 
 using namespace NSCam::NSCamFeature::NSCamPerfCtrl;
 
-using LockAcqFn = int (*)(int, int, int*, int);
-using LockRelFn = int (*)(int);
-
 // The client and customisation entries, resolved from the very copies the controller loaded.
-LockAcqFn gAcq = nullptr;
-LockRelFn gRel = nullptr;
+PerfOperatorImp::LockAcqFn gAcq = nullptr;
+PerfOperatorImp::LockRelFn gRel = nullptr;
 QueryAppropriateCPUFn gQuery = nullptr;
 CustomRuntimeFn gRuntime = nullptr;
 

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "PerfCtrlCustom.h"
+#include "PerfOperatorImp.h"
 #include "QvncamExport.h"
 
 namespace NSCam {
@@ -30,8 +31,8 @@ class PerfCtrlHelper {
 
     // Opens the power-service client and resolves its two lock entries; after a failure
     // the next call starts over. Any thread; concurrent first calls load once.
-    QVNCAM_EXPORT static bool loadPowerHalAPI(int (*&lockAcq)(int, int, int*, int),
-                                              int (*&lockRel)(int));
+    QVNCAM_EXPORT static bool loadPowerHalAPI(PerfOperatorImp::LockAcqFn& lockAcq,
+                                              PerfOperatorImp::LockRelFn& lockRel);
 
     // Resolves the customisation library's entries into the four outputs. Any thread.
     QVNCAM_EXPORT static void loadCustomPerfFunctions(CustomEnterCameraFn& enterCam,

@@ -20,17 +20,14 @@ std::mutex gHelperMutex;
 
 namespace {
 
-using LockAcqFn = int (*)(int, int, int*, int);
-using LockRelFn = int (*)(int);
-
 // Power-service client. Loading, and undoing a failed load, happen under
 // gPerfClientMutex: a failing thread closes only the handle it saw opened, and no thread
 // looks an entry up in a handle another has closed. Once both entries are resolved they
 // never change again, so callers read them without the lock.
 std::mutex gPerfClientMutex;
 void* gPerfClientHandle = nullptr;
-std::atomic<LockAcqFn> gPerfLockAcqFn{nullptr};
-std::atomic<LockRelFn> gPerfLockRelFn{nullptr};
+std::atomic<PerfOperatorImp::LockAcqFn> gPerfLockAcqFn{nullptr};
+std::atomic<PerfOperatorImp::LockRelFn> gPerfLockRelFn{nullptr};
 
 // Customisation library, guarded by gHelperMutex.
 void* gCustomLibHandle = nullptr;
@@ -62,9 +59,11 @@ void resolveCustomEntry(Fn& cached, const char* symbol, const char* what, Fn& ou
 
 }  // namespace
 
-bool PerfCtrlHelper::loadPowerHalAPI(int (*&lockAcq)(int, int, int*, int), int (*&lockRel)(int)) {
+bool PerfCtrlHelper::loadPowerHalAPI(PerfOperatorImp::LockAcqFn& lockAcq,
+                                     PerfOperatorImp::LockRelFn& lockRel) {
     // The release entry is stored last, with release order: seeing it means both are set.
-    if (LockRelFn rel = gPerfLockRelFn.load(std::memory_order_acquire); rel != nullptr) {
+    if (PerfOperatorImp::LockRelFn rel = gPerfLockRelFn.load(std::memory_order_acquire);
+        rel != nullptr) {
         lockAcq = gPerfLockAcqFn.load(kRelaxed);
         lockRel = rel;
         return true;
@@ -78,7 +77,8 @@ bool PerfCtrlHelper::loadPowerHalAPI(int (*&lockAcq)(int, int, int*, int), int (
         }
     }
     if (gPerfLockAcqFn.load(kRelaxed) == nullptr) {
-        gPerfLockAcqFn.store(lookup<LockAcqFn>(gPerfClientHandle, "perf_lock_acq"), kRelaxed);
+        gPerfLockAcqFn.store(lookup<PerfOperatorImp::LockAcqFn>(gPerfClientHandle, "perf_lock_acq"),
+                             kRelaxed);
         if (gPerfLockAcqFn.load(kRelaxed) == nullptr) {
             CAM_LOGW("perfLockAcq error: %s\n", dlerror());
             dlclose(gPerfClientHandle);
@@ -87,7 +87,8 @@ bool PerfCtrlHelper::loadPowerHalAPI(int (*&lockAcq)(int, int, int*, int), int (
         }
     }
     if (gPerfLockRelFn.load(kRelaxed) == nullptr) {
-        LockRelFn rel = lookup<LockRelFn>(gPerfClientHandle, "perf_lock_rel");
+        PerfOperatorImp::LockRelFn rel =
+            lookup<PerfOperatorImp::LockRelFn>(gPerfClientHandle, "perf_lock_rel");
         if (rel == nullptr) {
             CAM_LOGW("perfLockRel error: %s\n", dlerror());
             dlclose(gPerfClientHandle);
