@@ -9,7 +9,6 @@
 #include <memory>
 #include <mutex>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
 #include "Cam3PerfCtrl.h"
@@ -59,12 +58,11 @@ class QVNCAM_EXPORT Cam3PerfCtrlImp : public Cam3PerfCtrl {
     // The private steps stay inside the library.
     QVNCAM_HIDDEN std::shared_ptr<PerfOperator> __enterCamCustom();
     QVNCAM_HIDDEN bool __prepareJsonCmds(const QvncamJSONData& doc, JsonCmdSet& out);
-    QVNCAM_HIDDEN void __processOutCmds(const std::unordered_map<std::string, int>& outCmds,
-                                        std::vector<int>& cmds);
+    QVNCAM_HIDDEN void __processOutCmds(const CustomOutCmds& outCmds, std::vector<int>& cmds);
     QVNCAM_HIDDEN void __initC2PSPerfCtrl(const qcam::StreamConfiguration& config,
-                                          const std::unordered_map<std::string, int>& outCmds);
+                                          const CustomOutCmds& outCmds);
     QVNCAM_HIDDEN void __initCPUAffy(const qcam::StreamConfiguration& config,
-                                     const std::unordered_map<std::string, int>& outCmds);
+                                     const CustomOutCmds& outCmds);
 
     CustomEnterCameraFn mfnEnterCamCPUCtrl = nullptr;
     CustomConfigTimeFn mfnConfigTimeCPUCtrl = nullptr;

@@ -24,8 +24,8 @@ using CustomOutCmds = std::unordered_map<std::string, int>;
 
 // Commands a request lays on top of the enter-camera and configure-stream locks.
 struct OverwriteCPUControls {
-    std::unordered_map<std::string, int> enterCamCmds;
-    std::unordered_map<std::string, int> configCamCmds;
+    CustomOutCmds enterCamCmds;
+    CustomOutCmds configCamCmds;
 };
 
 using CustomEnterCameraFn = bool (*)(const CustomParams& params, CustomOutCmds& cmds,

@@ -26,7 +26,7 @@ constexpr uint64_t kConsideredUsage = qcam::BUFFER_USAGE_GPU_TEXTURE |
                                       qcam::BUFFER_USAGE_VIDEO_ENCODER;
 
 // Value of `key`, or `fallback` when the customisation output lacks it.
-int valueOr(const std::unordered_map<std::string, int>& outCmds, const char* key, int fallback) {
+int valueOr(const CustomOutCmds& outCmds, const char* key, int fallback) {
     const auto it = outCmds.find(key);
     return it != outCmds.end() ? it->second : fallback;
 }
@@ -78,7 +78,7 @@ int chooseScenario(const qcam::StreamConfiguration& config, int fps) {
 }  // namespace
 
 void Cam3PerfCtrlImp::__initC2PSPerfCtrl(const qcam::StreamConfiguration& config,
-                                         const std::unordered_map<std::string, int>& outCmds) {
+                                         const CustomOutCmds& outCmds) {
     // C2PS is set up only when the maker asks for it.
     const auto feature = outCmds.find("C2PS_FEATURE_CUSTOMIZATION");
     if (feature == outCmds.end()) {
@@ -112,7 +112,7 @@ void Cam3PerfCtrlImp::__initC2PSPerfCtrl(const qcam::StreamConfiguration& config
 }
 
 void Cam3PerfCtrlImp::__initCPUAffy(const qcam::StreamConfiguration& /*config*/,
-                                    const std::unordered_map<std::string, int>& outCmds) {
+                                    const CustomOutCmds& outCmds) {
     miCPUAffyScene.store(valueOr(outCmds, "CAM_CPU_AFFY_SCENE", 0), std::memory_order_relaxed);
 }
 

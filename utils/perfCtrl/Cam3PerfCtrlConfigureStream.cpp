@@ -17,7 +17,7 @@ std::shared_ptr<PerfOperatorHolder> Cam3PerfCtrlImp::enterPerfCtrl_ConfigureStre
     }
     auto holder = std::make_shared<PerfOperatorHolderImp>();
     const CustomParams params{{"IS_CONFIG_TIME_KEY", "1"}};
-    std::unordered_map<std::string, int> outCmds;
+    CustomOutCmds outCmds;
     unsigned int timeoutMs = 0;
     std::vector<int> cmds;
     const char* user = "";

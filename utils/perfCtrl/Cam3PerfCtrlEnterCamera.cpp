@@ -84,7 +84,7 @@ std::shared_ptr<PerfOperator> Cam3PerfCtrlImp::__enterCamCustom() {
         CAM_LOGW("No custom PerfCtrl function(enterCam time).");
         return nullptr;
     }
-    std::unordered_map<std::string, int> outCmds;
+    CustomOutCmds outCmds;
     outCmds.max_load_factor(1.0f);
     CustomParams params;
     unsigned int timeout = 0;

@@ -32,7 +32,7 @@ std::shared_ptr<InflightOperatorHolderImp> Cam3PerfCtrlImp::enterPerfCtrl_Inflig
         return nullptr;
     }
     const CustomParams params{{"IS_CONFIG_TIME_KEY", "0"}};
-    std::unordered_map<std::string, int> outCmds;
+    CustomOutCmds outCmds;
     unsigned int timeoutMs = 0;
     OverwriteCPUControls overwrite;
     if (!mfnRuntimeCPUCtrl(metadata, params, outCmds, timeoutMs, overwrite)) {
@@ -49,8 +49,8 @@ std::shared_ptr<InflightOperatorHolderImp> Cam3PerfCtrlImp::enterPerfCtrl_Inflig
     __processOutCmds(outCmds, requestList);
 
     // One step for each operator of an earlier phase that the customisation asks to overwrite.
-    const auto overwritePhase = [&](const std::unordered_map<std::string, int>& overwriteCmds,
-                                    PerfOperatorImp* op, const char* which) {
+    const auto overwritePhase = [&](const CustomOutCmds& overwriteCmds, PerfOperatorImp* op,
+                                    const char* which) {
         const size_t count = countOutCmdInts(overwriteCmds);
         if (count == 0) {
             return;

@@ -5,7 +5,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
-#include <unordered_map>
 
 #include "Cam3PerfCtrlImp.h"
 #include "QvncamJSON.h"
@@ -16,7 +15,7 @@ namespace NSCamPerfCtrl {
 
 // Room a customisation output map needs as a command list: two ints for every entry with a
 // value of 0 or more, whether or not its name is a resource.
-size_t countOutCmdInts(const std::unordered_map<std::string, int>& outCmds);
+size_t countOutCmdInts(const CustomOutCmds& outCmds);
 
 // Tuning read once at library load (multi-camera zoom boost).
 extern int32_t g_multicam_zoom_dram_opp;

@@ -48,7 +48,7 @@ bool readSection(const QvncamJSONData& doc, const JsonSection& section, bool ver
 
 }  // namespace
 
-size_t countOutCmdInts(const std::unordered_map<std::string, int>& outCmds) {
+size_t countOutCmdInts(const CustomOutCmds& outCmds) {
     size_t count = 0;
     for (const auto& entry : outCmds) {
         count += entry.second >= 0 ? 2 : 0;
@@ -76,8 +76,7 @@ bool Cam3PerfCtrlImp::__prepareJsonCmds(const QvncamJSONData& doc, JsonCmdSet& o
     return result;
 }
 
-void Cam3PerfCtrlImp::__processOutCmds(const std::unordered_map<std::string, int>& outCmds,
-                                       std::vector<int>& cmds) {
+void Cam3PerfCtrlImp::__processOutCmds(const CustomOutCmds& outCmds, std::vector<int>& cmds) {
     const bool verbose = miLogLevel.load(std::memory_order_relaxed) != 0;
     const auto& names = PerfCtrlHelper::StringToPowerEnumMap;
     for (const auto& entry : outCmds) {
