@@ -5,7 +5,6 @@
 
 #include <cutils/properties.h>
 
-#include "qvncam/platform/ParseInt.h"
 #include "qvncam/platform/PropertyValue.h"
 #include "qvncam/platform/TestHook.h"
 
@@ -24,10 +23,8 @@ int property_get(const char* key, char* value, const char* defaultValue) {
 
 int32_t property_get_int32(const char* key, int32_t defaultValue) {
     std::string overridden;
-    if (propertyOverride(key, overridden)) {
-        int32_t parsed = defaultValue;
-        return parseInt(overridden, &parsed) ? parsed : defaultValue;
-    }
+    if (propertyOverride(key, overridden))
+        return readPropertyInt32(overridden, defaultValue).value;
     return ::property_get_int32(key, defaultValue);
 }
 

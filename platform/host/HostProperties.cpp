@@ -16,7 +16,6 @@
 
 #include "PropertyText.h"
 #include "qvncam/platform/HostControl.h"
-#include "qvncam/platform/ParseInt.h"
 #include "qvncam/platform/Properties.h"
 #include "qvncam/platform/PropertyValue.h"
 #include "qvncam/platform/ReadFile.h"
@@ -181,11 +180,8 @@ int property_get(const char* key, char* value, const char* defaultValue) {
 
 int32_t property_get_int32(const char* key, int32_t defaultValue) {
     int32_t result = defaultValue;
-    withValue(key, [&](const std::string& v) {
-        int32_t parsed;
-        if (parseInt(v, &parsed))
-            result = parsed;
-    });
+    withValue(key,
+              [&](const std::string& v) { result = readPropertyInt32(v, defaultValue).value; });
     return result;
 }
 

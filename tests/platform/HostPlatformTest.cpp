@@ -26,6 +26,7 @@
 #include "NSCamProperties.h"
 #include "QvncamJSON.h"
 #include "common/ReadText.h"
+#include "platform/PropertyInt32Cases.h"
 #include "qvncam/platform/HostControl.h"
 #include "qvncam/platform/Properties.h"
 #include "qvncam/platform/Trace.h"
@@ -91,23 +92,17 @@ class HostPlatform : public ::testing::Test {
     std::string err;
 };
 
-TEST_F(HostPlatform, Int32TakesOnlyAWholeValueThatFitsAndBoolOnlyTheLibcutilsWords) {
+TEST_F(HostPlatform, Int32AndBoolReadAsLibcutilsReadsThem) {
     // clang-format off
-    const std::pair<const char*, int32_t> ints[] = {
-        {"42", 42}, {"-42", -42}, {"+7", 7}, {"0X1f", 31}, {"-0x10", -16}, {"010", 8}, {"0", 0},
-        {"2147483647", INT32_MAX}, {"-0x80000000", INT32_MIN},
-        // the default from here on
-        {"2147483648", -77}, {"-2147483649", -77}, {"0xffffffff", -77}, {"08", -77}, {"0x", -77},
-        {"99999999999999999999", -77}, {"-", -77}, {"", -77}, {"12abc", -77}, {"1 2", -77},
-        {"1.5", -77}, {"0x1g", -77}};
     const std::pair<const char*, int> bools[] = {  // -1: the default
         {"1", 1}, {"y", 1}, {"yes", 1}, {"on", 1}, {"true", 1}, {"0", 0}, {"n", 0}, {"no", 0},
         {"off", 0}, {"false", 0}, {"", -1}, {"2", -1}, {"TRUE", -1}, {"yess", -1}};
     // clang-format on
-    for (const auto& [value, expected] : ints) {
-        host::setProperty("p", value);
-        EXPECT_EQ(property_get_int32("p", -77), expected) << value;
-        EXPECT_EQ(NSCam::Utils::Properties::property_get_int32("p", -77), expected) << value;
+    for (const auto& c : kPropertyInt32Cases) {
+        host::setProperty("p", c.text);
+        EXPECT_EQ(property_get_int32("p", kPropertyDefault), c.value) << c.text;
+        EXPECT_EQ(NSCam::Utils::Properties::property_get_int32("p", kPropertyDefault), c.value)
+            << c.text;
     }
     for (const auto& [value, expected] : bools) {
         host::setProperty("b", value);

@@ -1,4 +1,5 @@
-// The reading rules shared by the controller and its tool: JSON nesting and integers.
+// The reading rules shared by the controller and its tool: JSON nesting, integers and
+// integer properties.
 
 #include <gtest/gtest.h>
 
@@ -7,7 +8,9 @@
 
 #include "QvncamJSON.h"
 #include "qvncam/platform/JsonText.h"
+#include "platform/PropertyInt32Cases.h"
 #include "qvncam/platform/ParseInt.h"
+#include "qvncam/platform/PropertyValue.h"
 
 namespace {
 
@@ -68,6 +71,21 @@ TEST(ParseInt, AndroidPropertyRulesWithinTheCallersRange) {
     EXPECT_TRUE(parseInt("0xffffffffffffffff", &tags) && tags == UINT64_MAX);
     EXPECT_TRUE(parseInt("-9223372036854775808", &word) && word == INT64_MIN);
     EXPECT_FALSE(parseInt("9223372036854775808", &word));
+}
+
+// The tool warns of a value read by its prefix only: `whole` must say exactly that.
+TEST(PropertyInt32, ReadsAsLibcutilsAndSaysWhetherTheWholeValueCounted) {
+    for (const auto& c : kPropertyInt32Cases) {
+        const auto read = qvncam::platform::readPropertyInt32(c.text, kPropertyDefault);
+        EXPECT_EQ(read.value, c.value) << c.text;
+        EXPECT_EQ(read.whole, c.whole) << c.text;
+        EXPECT_EQ(read.numeric, c.value != kPropertyDefault) << c.text;
+    }
+    // property_get keeps 91 characters: a longer number is cut there first.
+    const auto cut = qvncam::platform::readPropertyInt32(std::string(100, '0') + "5", 3);
+    EXPECT_TRUE(cut.numeric && cut.value == 0 && !cut.whole);
+    const auto withNul = qvncam::platform::readPropertyInt32(std::string("7\0" "9", 3), 3);
+    EXPECT_TRUE(withNul.numeric && withNul.value == 7 && !withNul.whole);
 }
 
 }  // namespace

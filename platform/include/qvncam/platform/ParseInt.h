@@ -1,9 +1,10 @@
 #pragma once
 
-// The one integer reading of the project, with the rules Android applies to integer
-// properties: the whole text is the number, an optional sign, the base from the prefix
-// (0x or 0X hexadecimal, a leading 0 octal, else decimal), no blanks, and a value out
-// of the caller's range is refused rather than clamped.
+// The project's strict integer reading, for its own inputs (scripts, configurations,
+// the tool's arguments): the whole text is the number, an optional sign, the base from
+// the prefix (0x or 0X hexadecimal, a leading 0 octal, else decimal), no blanks, and a
+// value out of the caller's range is refused rather than clamped. Integer properties
+// are read as libcutils reads them instead: PropertyValue.h.
 
 #include <cstdint>
 #include <limits>
