@@ -10,6 +10,8 @@ packages=(
     blueprint-tools android-libcutils-dev android-liblog-dev
     libxml2-utils valgrind
     clang-tidy clang-format
+    golang-go golang-android-soong-dev golang-github-google-blueprint-dev
+    golang-github-golang-protobuf-1-3-dev
 )
 
 if [[ ${1:-} == --list ]]; then
