@@ -18,8 +18,16 @@ namespace NSCamPerfCtrl {
 
 namespace {
 
-constexpr size_t kThreadNameLen = 16;
+constexpr size_t kThreadNameLen = 16;  // the kernel's limit, terminator included
+// The set handed to the kernel covers 1024 CPUs.
+constexpr size_t kCpuSetBytes = 128;
+// Positions of the mask walked into the set; those above bit 31 stay clear.
 constexpr int kAffinityPositions = 128;
+// What the customisation answers for a thread it does not place, and what queryAffinity
+// answers then.
+constexpr int kNoPlacement = -1;
+constexpr int kNoMask = 0;
+constexpr pid_t kCallingThread = 0;
 
 // The forced scene when the property is 0 or more, else the configured one.
 int chooseScene(int configuredScene) {
@@ -47,7 +55,7 @@ bool Cam3PerfCtrlImp::setAffinity() {
     CAM_LOGD("QueryAppropriateCPU + (%d)", scene);
     const int mask = mfnQueryAppropriateCPU(name, scene);
     CAM_LOGD("QueryAppropriateCPU - (%x)", static_cast<unsigned int>(mask));
-    if (mask == -1) {
+    if (mask == kNoPlacement) {
         CAM_LOGD("Thread %s affinity undefined", name);
         return false;
     }
@@ -56,7 +64,7 @@ bool Cam3PerfCtrlImp::setAffinity() {
         return false;
     }
     cpu_set_t set;
-    static_assert(sizeof(set) == 128, "the affinity set covers 1024 CPUs");
+    static_assert(sizeof(set) == kCpuSetBytes, "the affinity set covers 1024 CPUs");
     CPU_ZERO(&set);
     uint32_t bits = static_cast<uint32_t>(mask);
     for (int i = 0; i < kAffinityPositions; ++i) {
@@ -66,7 +74,7 @@ bool Cam3PerfCtrlImp::setAffinity() {
         bits >>= 1;
     }
     CAM_LOGD("sched_setaffinity() + mask:%x", static_cast<unsigned int>(mask));
-    if (sched_setaffinity(0, sizeof(set), &set) != 0) {
+    if (sched_setaffinity(kCallingThread, sizeof(set), &set) != 0) {
         CAM_LOGE("%s fail to sched_setaffinity: %s", name, strerror(errno));
         return false;
     }
@@ -81,10 +89,10 @@ int Cam3PerfCtrlImp::queryAffinity(const char* threadName) {
         qvncam::platform::property_get_bool(PerfCtrlProperties::kAffinityForceOff.name,
                                             PerfCtrlProperties::kAffinityForceOff.defaultValue);
     if (forceOff || mfnQueryAppropriateCPU == nullptr) {
-        return 0;
+        return kNoMask;
     }
     const int mask = mfnQueryAppropriateCPU(threadName, scene);
-    return mask == -1 ? 0 : mask;
+    return mask == kNoPlacement ? kNoMask : mask;
 }
 
 }  // namespace NSCamPerfCtrl

@@ -8,6 +8,7 @@
 #include "Cam3PerfCtrlInternal.h"
 #include "CamLog.h"
 #include "PerfCtrlHelper.h"
+#include "PerfCtrlProperties.h"
 #include "PowerResourceIds.h"
 
 namespace NSCam {
@@ -56,7 +57,9 @@ std::unique_ptr<PerfOperator> Cam3PerfCtrlImp::runPerfBoost(EPERF_BOOST_OPERATIO
 }
 
 void Cam3PerfCtrlImp::getMultiCamZoomBoostTable(std::vector<int>& out) {
-    const int dram = g_multicam_zoom_dram_opp == -255 ? 0 : g_multicam_zoom_dram_opp;
+    const int dram = g_multicam_zoom_dram_opp == PerfCtrlProperties::kZoomDramOppUnset
+                         ? 0
+                         : g_multicam_zoom_dram_opp;
     if (g_multicam_zoom_cpu0_freq >= 1) {
         out.insert(out.end(), {PERF_RES_CPUFREQ_MIN_CLUSTER_0, g_multicam_zoom_cpu0_freq});
     }

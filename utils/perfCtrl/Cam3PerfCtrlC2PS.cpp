@@ -21,6 +21,16 @@ constexpr int kScenarioUHD60 = 5;
 constexpr int kScenario8K30 = 6;
 constexpr int kScenarioAuto = 9;
 
+// Feature customisation 3 takes the bottom of the frame-rate range; any other, the top.
+constexpr int kFeaturePaceAtMinFps = 3;
+constexpr int kFallbackFps = 30;
+
+// Scenario bounds: full HD up to 1920 pixels wide, 4K up to 7679; 30 and 60 fps classes.
+constexpr uint32_t kMaxWidthFHD = 1920;
+constexpr uint32_t kMaxWidthUHD = 7679;
+constexpr int kFps30 = 30;
+constexpr int kFps60 = 60;
+
 constexpr uint64_t kConsideredUsage = qcam::BUFFER_USAGE_GPU_TEXTURE |
                                       qcam::BUFFER_USAGE_COMPOSER_OVERLAY |
                                       qcam::BUFFER_USAGE_VIDEO_ENCODER;
@@ -38,11 +48,11 @@ int chooseFps(const qcam::StreamConfiguration& config, int featureCustomization)
     if (!entry.isEmpty()) {
         const int minFps = entry.itemAt(0, Type2Type<int>());
         const int maxFps = entry.itemAt(1, Type2Type<int>());
-        fps = featureCustomization == 3 ? minFps : maxFps;
+        fps = featureCustomization == kFeaturePaceAtMinFps ? minFps : maxFps;
     }
     if (fps <= 0) {
         CAM_LOGW("C2PS overwrites fps to 30 due to invalid config fps");
-        fps = 30;
+        fps = kFallbackFps;
     }
     return fps;
 }
@@ -51,7 +61,8 @@ int chooseScenario(const qcam::StreamConfiguration& config, int fps) {
     uint32_t widest = 0;
     bool video = false;
     for (const qcam::Stream& stream : config.streams) {
-        if (stream.streamType != 0 || (stream.usage & kConsideredUsage) == 0) {
+        if (stream.streamType != static_cast<int32_t>(qcam::StreamType::OUTPUT) ||
+            (stream.usage & kConsideredUsage) == 0) {
             continue;
         }
         widest = std::max(widest, stream.width);
@@ -61,15 +72,15 @@ int chooseScenario(const qcam::StreamConfiguration& config, int fps) {
     if (!video) {
         return kScenarioNoVideo;
     }
-    if (fps <= 30 && widest <= 1920)
+    if (fps <= kFps30 && widest <= kMaxWidthFHD)
         return kScenarioFHD30;
-    if (fps <= 30 && widest <= 7679)
+    if (fps <= kFps30 && widest <= kMaxWidthUHD)
         return kScenarioUHD30;
-    if (fps <= 30)
+    if (fps <= kFps30)
         return kScenario8K30;
-    if (fps <= 60 && widest <= 1920)
+    if (fps <= kFps60 && widest <= kMaxWidthFHD)
         return kScenarioFHD60;
-    if (fps <= 60)
+    if (fps <= kFps60)
         return kScenarioUHD60;
     CAM_LOGW("no suitable scenario for C2PS, pick FHD30 as default");
     return kScenarioFHD30;

@@ -14,6 +14,13 @@ namespace NSCamPerfCtrl {
 using qvncam::platform::property_get_bool;
 using qvncam::platform::property_get_int32;
 
+namespace {
+
+// GPU firmware idle mode while the camera is open.
+constexpr int kGpuFwIdleCamera = 2;
+
+}  // namespace
+
 std::shared_ptr<PerfOperatorHolder> Cam3PerfCtrlImp::enterPerfCtrl_EnterCamera(int timeoutMs) {
     CAM_LOGD("enterPerfCtrl_EnterCamera");
     miLogLevel.store(property_get_int32(PerfCtrlProperties::kLogLevel.name,
@@ -47,7 +54,7 @@ std::shared_ptr<PerfOperatorHolder> Cam3PerfCtrlImp::enterPerfCtrl_EnterCamera(i
         cmds.insert(cmds.end(), {PERF_RES_FPS_ZELTRO_CAM, 1});
     }
     cmds.insert(cmds.end(), {PERF_RES_FPS_ZELTRO_ENABLE, 1});
-    cmds.insert(cmds.end(), {PERF_RES_GPU_FW_IDLE, 2});
+    cmds.insert(cmds.end(), {PERF_RES_GPU_FW_IDLE, kGpuFwIdleCamera});
     PerfCtrlHelper::prepareEnterCameraPlatSettings(cmds);
 
     auto holder = std::make_shared<PerfOperatorHolderImp>();

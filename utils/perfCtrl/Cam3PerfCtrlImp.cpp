@@ -16,7 +16,15 @@ namespace NSCam {
 namespace NSCamFeature {
 namespace NSCamPerfCtrl {
 
-// Multi-camera zoom tuning, read once at library load. -255: DRAM operating point not set.
+namespace {
+
+constexpr char kProcessProfile[] = "ProcessCapacityNormal";
+// Legal CPU masks name some of CPUs 0 to 7 and nothing else.
+constexpr unsigned int kMaxCpuMask = 0xff;
+
+}  // namespace
+
+// Multi-camera zoom tuning, read once at library load.
 int32_t g_multicam_zoom_dram_opp = NSCam::Utils::Properties::property_get_int32(
     PerfCtrlProperties::kZoomDramOpp.name, PerfCtrlProperties::kZoomDramOpp.defaultValue);
 int32_t g_multicam_zoom_cpu0_freq = NSCam::Utils::Properties::property_get_int32(
@@ -42,10 +50,10 @@ Cam3PerfCtrlImp::Cam3PerfCtrlImp() {
         std::memory_order_relaxed);
     mpJsonConvertor.reset(QvncamJSONConvertor::createInstance());
 
-    if (qvncam::platform::SetProcessProfiles(getuid(), getpid(), {"ProcessCapacityNormal"})) {
-        CAM_LOGD("Apply process profile: ProcessCapacityNormal");
+    if (qvncam::platform::SetProcessProfiles(getuid(), getpid(), {kProcessProfile})) {
+        CAM_LOGD("Apply process profile: %s", kProcessProfile);
     } else {
-        CAM_LOGW("Failed to apply process profile: ProcessCapacityNormal");
+        CAM_LOGW("Failed to apply process profile: %s", kProcessProfile);
     }
     publishControllerForDump(this);
 }
@@ -59,7 +67,8 @@ Cam3PerfCtrlImp::~Cam3PerfCtrlImp() {
 }
 
 bool Cam3PerfCtrlImp::checkCPUMask(int mask) {
-    return static_cast<unsigned int>(mask) - 1u < 255u;
+    // 1 to kMaxCpuMask in one unsigned comparison: 0 and negative masks wrap past it.
+    return static_cast<unsigned int>(mask) - 1u < kMaxCpuMask;
 }
 
 }  // namespace NSCamPerfCtrl

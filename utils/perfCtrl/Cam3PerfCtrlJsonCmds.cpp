@@ -3,6 +3,7 @@
 #include "Cam3PerfCtrlInternal.h"
 #include "CamLog.h"
 #include "PerfCtrlHelper.h"
+#include "PowerResourceIds.h"
 
 namespace NSCam {
 namespace NSCamFeature {
@@ -51,7 +52,7 @@ bool readSection(const QvncamJSONData& doc, const JsonSection& section, bool ver
 size_t countOutCmdInts(const CustomOutCmds& outCmds) {
     size_t count = 0;
     for (const auto& entry : outCmds) {
-        count += entry.second >= 0 ? 2 : 0;
+        count += entry.second >= 0 ? kIntsPerPair : 0;
     }
     return count;
 }

@@ -24,7 +24,9 @@ constexpr unsigned kShards = 16;
 
 // 128 bytes apart: cores fetch cache lines in pairs, so neighbouring 64-byte shards
 // would still bounce between two threads.
-struct alignas(128) Shard {
+constexpr size_t kShardSpacing = 128;
+
+struct alignas(kShardSpacing) Shard {
     std::mutex mutex;
     PerfOperatorImp* head = nullptr;
     PerfOperatorImp* tail = nullptr;
@@ -44,7 +46,7 @@ unsigned shardOfThisThread() {
     return index;
 }
 
-constexpr size_t kUserPrefix = sizeof("Cam3PerfCtrl:") - 1;
+constexpr size_t kUserPrefix = sizeof(kOperatorNamePrefix) - 1;
 
 }  // namespace
 

@@ -15,6 +15,9 @@ namespace NSCam {
 namespace NSCamFeature {
 namespace NSCamPerfCtrl {
 
+// An operator's name (its trace slice) is this prefix and its creator's user string.
+inline constexpr char kOperatorNamePrefix[] = "Cam3PerfCtrl:";
+
 // What the dump shows of one operator, copied under its list's lock.
 struct LiveOperatorInfo {
     std::string user;  // as the creator gave it

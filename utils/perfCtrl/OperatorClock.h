@@ -14,6 +14,11 @@ inline PerfOperatorImp::TimePoint operatorNow() {
     return PerfOperatorImp::TimePoint(std::chrono::microseconds(qvncam::platform::clock_now_us()));
 }
 
+// Whole milliseconds from `start` to `now`, truncated: how isAlive() and the dump count age.
+inline long long millisBetween(PerfOperatorImp::TimePoint start, PerfOperatorImp::TimePoint now) {
+    return std::chrono::duration_cast<std::chrono::milliseconds>(now - start).count();
+}
+
 }  // namespace NSCamPerfCtrl
 }  // namespace NSCamFeature
 }  // namespace NSCam

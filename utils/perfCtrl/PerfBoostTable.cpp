@@ -20,6 +20,9 @@ int32_t cpuFreqCluster1 = property_get_int32(PerfCtrlProperties::kBoostFreqClust
 int32_t cpuFreqCluster2 = property_get_int32(PerfCtrlProperties::kBoostFreqCluster2.name,
                                              PerfCtrlProperties::kBoostFreqCluster2.defaultValue);
 
+// Above every cluster's top frequency: the default boost runs each cluster at its highest.
+constexpr int32_t kFreqAboveTop = 4000000;
+
 }  // namespace
 
 // clang-format off
@@ -28,9 +31,9 @@ const std::unordered_map<int, std::vector<int>> PerfCtrlHelper::BoostComdTable =
          {
                  PERF_RES_CPUFREQ_PERF_MODE, 1,
                  PERF_RES_DRAM_OPP_MIN, 0,
-                 PERF_RES_CPUFREQ_MIN_CLUSTER_0, 4000000,
-                 PERF_RES_CPUFREQ_MIN_CLUSTER_1, 4000000,
-                 PERF_RES_CPUFREQ_MIN_CLUSTER_2, 4000000,
+                 PERF_RES_CPUFREQ_MIN_CLUSTER_0, kFreqAboveTop,
+                 PERF_RES_CPUFREQ_MIN_CLUSTER_1, kFreqAboveTop,
+                 PERF_RES_CPUFREQ_MIN_CLUSTER_2, kFreqAboveTop,
                  PERF_RES_FPS_FBT_BHR_OPP, 31,
                  PERF_RES_SCHED_PREFER_IDLE_TA, 1,
                  PERF_RES_SCHED_PREFER_IDLE_FG, 1,

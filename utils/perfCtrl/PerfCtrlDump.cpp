@@ -6,13 +6,16 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <cstdarg>
 #include <cstdio>
 #include <ctime>
+#include <iterator>
 #include <utility>
 
 #include "PerfCtrlHelper.h"
 #include "PerfOperatorImp.h"
+#include "PowerResourceIds.h"
 #include "qvncam_perfctrl.h"
 
 namespace NSCam {
@@ -25,6 +28,9 @@ constexpr size_t kPairsLineWidth = 100;
 constexpr size_t kPairsIndent = 11;  // continuation lines start under the first pair
 // How long a dump waits for a reader that does not keep up (a non-blocking fd).
 constexpr int kWriteWaitMs = 1000;
+// Room reserved up front for the text; it grows if an operator needs more.
+constexpr size_t kHeaderBytes = 512;
+constexpr size_t kBytesPerOperator = 200;
 
 void appendf(std::string& out, const char* format, ...) __attribute__((format(printf, 2, 3)));
 void appendf(std::string& out, const char* format, ...) {
@@ -40,21 +46,20 @@ void appendf(std::string& out, const char* format, ...) {
 
 // Local wall-clock time, as the rest of a bug report shows it.
 std::string clockText(PerfOperatorImp::TimePoint t, bool withDate) {
-    const auto us = t.time_since_epoch().count();
-    const time_t seconds = static_cast<time_t>(us / 1000000);
+    using std::chrono::duration_cast;
+    const auto sinceEpoch = t.time_since_epoch();
+    const auto wholeSeconds = duration_cast<std::chrono::seconds>(sinceEpoch);
+    const int millis = static_cast<int>(
+        duration_cast<std::chrono::milliseconds>(sinceEpoch - wholeSeconds).count());
+    const time_t seconds = static_cast<time_t>(wholeSeconds.count());
     struct tm parts {};
     localtime_r(&seconds, &parts);
     char buf[32];
     if (strftime(buf, sizeof(buf), withDate ? "%Y-%m-%d %H:%M:%S" : "%H:%M:%S", &parts) == 0)
         buf[0] = '\0';
     char full[48];
-    (void)std::snprintf(full, sizeof(full), "%s.%03d", buf, static_cast<int>(us / 1000 % 1000));
+    (void)std::snprintf(full, sizeof(full), "%s.%03d", buf, millis);
     return full;
-}
-
-long long elapsedMs(const LiveOperatorInfo& op, PerfOperatorImp::TimePoint now) {
-    // As isAlive() counts: whole milliseconds, truncated.
-    return (now - op.start).count() / 1000;
 }
 
 void appendEntries(std::string& out, const ControllerDumpState& c) {
@@ -73,8 +78,8 @@ void appendEntries(std::string& out, const ControllerDumpState& c) {
             missing += name;
         }
     }
-    appendf(out, "  customisation entries: %d of 4 loaded%s%s\n", count, missing.c_str(),
-            missing.empty() ? "" : ")");
+    appendf(out, "  customisation entries: %d of %zu loaded%s%s\n", count, std::size(entries),
+            missing.c_str(), missing.empty() ? "" : ")");
 }
 
 void appendController(std::string& out, const ControllerDumpState& c, bool powerClientLoaded) {
@@ -89,9 +94,9 @@ void appendController(std::string& out, const ControllerDumpState& c, bool power
             out += "controller: created\n";
             appendEntries(out, c);
             appendf(out, "  JSON configuration: %s; record: enter_cam ", c.jsonOn ? "on" : "off");
-            appendf(out, c.enterCamExist ? "%zu pairs" : "absent", c.enterCamInts / 2);
+            appendf(out, c.enterCamExist ? "%zu pairs" : "absent", c.enterCamInts / kIntsPerPair);
             out += ", config_cam ";
-            appendf(out, c.configCamExist ? "%zu pairs" : "absent", c.configCamInts / 2);
+            appendf(out, c.configCamExist ? "%zu pairs" : "absent", c.configCamInts / kIntsPerPair);
             out += "\n";
             appendf(out, "  CPU-affinity scene: %d\n", c.affinityScene);
             appendf(out, "  log level: %d\n", c.logLevel);
@@ -111,7 +116,7 @@ void appendPairs(std::string& out, const LiveOperatorInfo& op) {
         line += " none";
     }
     const auto& names = PerfCtrlHelper::PowerEnumToStringMap;
-    for (size_t i = 0; i < op.cmds.size(); i += 2) {
+    for (size_t i = 0; i < op.cmds.size(); i += kIntsPerPair) {
         std::string pair;
         const auto it = names.find(op.cmds[i]);
         if (it != names.end()) {
@@ -138,7 +143,7 @@ void appendOperator(std::string& out, size_t index, const LiveOperatorInfo& op,
     appendf(out, "  #%zu \"", index);
     out += op.user;
     appendf(out, "\" handle %d: %s", op.handle, operatorStateName(state));
-    const long long elapsed = elapsedMs(op, now);
+    const long long elapsed = millisBetween(op.start, now);
     switch (state) {
         case OperatorState::Held:
             out += ", no expiry";
@@ -214,7 +219,7 @@ OperatorState operatorState(const LiveOperatorInfo& op, PerfOperatorImp::TimePoi
     if (op.timeoutMs == 0) {
         return OperatorState::Held;
     }
-    if (op.timeoutMs <= elapsedMs(op, now)) {
+    if (op.timeoutMs <= millisBetween(op.start, now)) {
         return OperatorState::Expired;
     }
     return op.detached ? OperatorState::Detached : OperatorState::Timed;
@@ -243,7 +248,7 @@ const char* operatorStateName(OperatorState state) {
 std::string renderDump(const ControllerDumpState& ctrl, bool powerClientLoaded,
                        const std::vector<LiveOperatorInfo>& ops, PerfOperatorImp::TimePoint now) {
     std::string out;
-    out.reserve(512 + ops.size() * 200);
+    out.reserve(kHeaderBytes + ops.size() * kBytesPerOperator);
     appendf(out, "qvncam_perfctrl, pid %d, %s\n", static_cast<int>(getpid()),
             clockText(now, true).c_str());
     appendController(out, ctrl, powerClientLoaded);

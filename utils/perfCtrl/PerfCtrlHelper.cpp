@@ -20,6 +20,12 @@ std::mutex gHelperMutex;
 
 namespace {
 
+constexpr char kPowerClientLibrary[] = "libqvnperf_client_vendor.so";
+constexpr char kCustomLibrary[] = "libcameracustom.so";
+
+// DRAM QoS multimedia mode: the value the power service takes for camera use, sent as it is.
+constexpr int kDramQosMmModeCamera = 33330001;
+
 // Power-service client. Loading, and undoing a failed load, happen under
 // gPerfClientMutex: a failing thread closes only the handle it saw opened, and no thread
 // looks an entry up in a handle another has closed. Once both entries are resolved they
@@ -70,7 +76,7 @@ bool PerfCtrlHelper::loadPowerHalAPI(PerfOperatorImp::LockAcqFn& lockAcq,
     }
     std::lock_guard<std::mutex> lock(gPerfClientMutex);
     if (gPerfClientHandle == nullptr) {
-        gPerfClientHandle = dlopen("libqvnperf_client_vendor.so", RTLD_NOW);
+        gPerfClientHandle = dlopen(kPowerClientLibrary, RTLD_NOW);
         if (gPerfClientHandle == nullptr) {
             CAM_LOGW("dlopen fail: %s\n", dlerror());
             return false;
@@ -110,7 +116,7 @@ void PerfCtrlHelper::loadCustomPerfFunctions(CustomEnterCameraFn& enterCam,
     std::lock_guard<std::mutex> lock(gHelperMutex);
 
     if (gCustomLibHandle == nullptr) {
-        gCustomLibHandle = dlopen("libcameracustom.so", RTLD_NOW);
+        gCustomLibHandle = dlopen(kCustomLibrary, RTLD_NOW);
         if (gCustomLibHandle == nullptr) {
             CAM_LOGE("dlopen fail: %s\n", dlerror());
             return;
@@ -145,7 +151,7 @@ void PerfCtrlHelper::prepareEnterCameraPlatSettings(std::vector<int>& cmds) {
         cmds.insert(cmds.end(), {PERF_RES_SCHED_RUNNABLE_BOOST, 0});
     }
     if (property_get_bool(kDvfsMmModeEnable.name, kDvfsMmModeEnable.defaultValue)) {
-        cmds.insert(cmds.end(), {PERF_RES_DRAM_DVFS_QOSMM_MODE, 33330001});
+        cmds.insert(cmds.end(), {PERF_RES_DRAM_DVFS_QOSMM_MODE, kDramQosMmModeCamera});
     }
 }
 

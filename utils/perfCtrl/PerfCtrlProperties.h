@@ -52,8 +52,9 @@ inline constexpr IntProperty kBoostFreqCluster1{
 inline constexpr IntProperty kBoostFreqCluster2{
     "vendor.debug.camera.capturePpl.boost.cpu.freq.cluster2", 1800000, ReadAt::LibraryLoad};
 
-// Multi-camera zoom tuning. -255: DRAM operating point not set.
-inline constexpr IntProperty kZoomDramOpp{"vendor.debug.multicam.zoom.dram.opp", -255,
+// Multi-camera zoom tuning.
+inline constexpr int32_t kZoomDramOppUnset = -255;  // no DRAM operating point set
+inline constexpr IntProperty kZoomDramOpp{"vendor.debug.multicam.zoom.dram.opp", kZoomDramOppUnset,
                                           ReadAt::LibraryLoad};
 inline constexpr IntProperty kZoomCpu0Freq{"vendor.debug.multicam.zoom.cpu0.freq", -1,
                                            ReadAt::LibraryLoad};
@@ -69,28 +70,23 @@ inline constexpr IntProperty kAffinityScene{"vendor.cam3perfctrl.setaffinity.sce
 inline constexpr BoolProperty kAffinityForceOff{"vendor.cam3perfctrl.setaffinity.forceoff", false,
                                                 ReadAt::Call};
 
-// Every property above, for listings.
+// Every property above, for listings and for tools that check a value before it is set.
 struct Listed {
     const char* name;
     ReadAt readAt;
+    bool integer;          // read with property_get_int32, else as a switch
+    int32_t defaultValue;  // the switch's default as 0 or 1
+
+    constexpr Listed(const IntProperty& p)  // NOLINT(google-explicit-constructor)
+        : name(p.name), readAt(p.readAt), integer(true), defaultValue(p.defaultValue) {}
+    constexpr Listed(const BoolProperty& p)  // NOLINT(google-explicit-constructor)
+        : name(p.name), readAt(p.readAt), integer(false), defaultValue(p.defaultValue ? 1 : 0) {}
 };
 inline constexpr Listed kAll[] = {
-    {kLogLevel.name, kLogLevel.readAt},
-    {kEnableJson.name, kEnableJson.readAt},
-    {kDramCmdEnable.name, kDramCmdEnable.readAt},
-    {kNotifyZeltro.name, kNotifyZeltro.readAt},
-    {kIdlePreferEnable.name, kIdlePreferEnable.readAt},
-    {kRunnableBoostDisable.name, kRunnableBoostDisable.readAt},
-    {kDvfsMmModeEnable.name, kDvfsMmModeEnable.readAt},
-    {kBoostFreqCluster0.name, kBoostFreqCluster0.readAt},
-    {kBoostFreqCluster1.name, kBoostFreqCluster1.readAt},
-    {kBoostFreqCluster2.name, kBoostFreqCluster2.readAt},
-    {kZoomDramOpp.name, kZoomDramOpp.readAt},
-    {kZoomCpu0Freq.name, kZoomCpu0Freq.readAt},
-    {kZoomCpu1Freq.name, kZoomCpu1Freq.readAt},
-    {kZoomCpu2Freq.name, kZoomCpu2Freq.readAt},
-    {kAffinityScene.name, kAffinityScene.readAt},
-    {kAffinityForceOff.name, kAffinityForceOff.readAt},
+    kLogLevel,          kEnableJson,           kDramCmdEnable,    kNotifyZeltro,
+    kIdlePreferEnable,  kRunnableBoostDisable, kDvfsMmModeEnable, kBoostFreqCluster0,
+    kBoostFreqCluster1, kBoostFreqCluster2,    kZoomDramOpp,      kZoomCpu0Freq,
+    kZoomCpu1Freq,      kZoomCpu2Freq,         kAffinityScene,    kAffinityForceOff,
 };
 
 }  // namespace PerfCtrlProperties

@@ -10,6 +10,7 @@
 #include "PerfCtrlHelper.h"
 #include "PerfCtrlProperties.h"
 #include "PerfOperatorImp.h"
+#include "PowerResourceIds.h"
 #include "qvncam/platform/Clock.h"
 #include "qvncam/platform/Properties.h"
 #include "qvncam/platform/Trace.h"
@@ -76,7 +77,7 @@ PerfOperatorImp::PerfOperatorImp(std::vector<int> cmds, int timeout, const char*
 
     mLogLevel = qvncam::platform::property_get_int32(PerfCtrlProperties::kLogLevel.name,
                                                      PerfCtrlProperties::kLogLevel.defaultValue);
-    mUserName = std::string("Cam3PerfCtrl:") + (user != nullptr ? user : "_null_user_name_");
+    mUserName = std::string(kOperatorNamePrefix) + (user != nullptr ? user : "_null_user_name_");
 
     if (mHandle == 0) {
         CAM_LOGE("Failed to allocate handle!");
@@ -137,8 +138,7 @@ bool PerfOperatorImp::isAlive() {
     if (mTimeout == 0) {
         return true;
     }
-    const long long elapsedMs = (operatorNow() - mStartTime).count() / 1000;
-    return mTimeout > elapsedMs;
+    return mTimeout > millisBetween(mStartTime, operatorNow());
 }
 
 bool PerfOperatorImp::detach() {
@@ -183,7 +183,7 @@ void PerfOperatorImp::printCmds(std::vector<int>& cmds) {
         return;
     }
     const auto& names = PerfCtrlHelper::PowerEnumToStringMap;
-    for (size_t i = 0; i < cmds.size(); i += 2) {
+    for (size_t i = 0; i < cmds.size(); i += kIntsPerPair) {
         const auto it = names.find(cmds[i]);
         const char* name = it != names.end() ? it->second.c_str() : "null";
         // An odd-length list has no value for its last id; show 0 rather than read past it.

@@ -2,6 +2,8 @@
 
 // Named ids of the power-service resources, generated from the vocabulary data file.
 
+#include <cstddef>
+
 namespace NSCam {
 namespace NSCamFeature {
 namespace NSCamPerfCtrl {
@@ -11,6 +13,9 @@ enum PowerResourceId : int {
 #include "PowerResources.def"
 #undef PERF_RES
 };
+
+// A command list is a flat run of (resource id, value) pairs.
+constexpr size_t kIntsPerPair = 2;
 
 }  // namespace NSCamPerfCtrl
 }  // namespace NSCamFeature

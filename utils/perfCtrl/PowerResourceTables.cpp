@@ -67,12 +67,15 @@ size_t permittedRows() {
     return n;
 }
 
+// The earliest priority a program may use.
+constexpr int kTablesInitPriority = 101;
+
 }  // namespace
 
 // Other static initialisers of the library may look names up, so the tables are built
 // ahead of them, each in buckets sized up front.
 const std::unordered_map<int, std::string> PerfCtrlHelper::PowerEnumToStringMap
-    __attribute__((init_priority(101))) = [] {
+    __attribute__((init_priority(kTablesInitPriority))) = [] {
         std::unordered_map<int, std::string> table(kRows);
         forEachRow([&](size_t i, const char* name, size_t length) {
             table.emplace(std::piecewise_construct, std::forward_as_tuple(kIds[i]),
@@ -82,7 +85,7 @@ const std::unordered_map<int, std::string> PerfCtrlHelper::PowerEnumToStringMap
     }();
 
 const std::unordered_map<std::string, int> PerfCtrlHelper::StringToPowerEnumMap
-    __attribute__((init_priority(101))) = [] {
+    __attribute__((init_priority(kTablesInitPriority))) = [] {
         std::unordered_map<std::string, int> table(kRows);
         forEachRow([&](size_t i, const char* name, size_t length) {
             table.emplace(std::piecewise_construct, std::forward_as_tuple(name, length),
@@ -92,7 +95,7 @@ const std::unordered_map<std::string, int> PerfCtrlHelper::StringToPowerEnumMap
     }();
 
 const std::unordered_set<std::string> PerfCtrlHelper::AvailablePowerHalCmds
-    __attribute__((init_priority(101))) = [] {
+    __attribute__((init_priority(kTablesInitPriority))) = [] {
         std::unordered_set<std::string> table(permittedRows());
         forEachRow([&](size_t i, const char* name, size_t length) {
             if (kPermitted[i]) {
