@@ -24,25 +24,15 @@
 // controller uses the three only when all three are exported. queryAppropriateCPU is
 // independent of them.
 
-#include <PerfCtrlCustom.h>
+// The device (two CPUs, the affinity scenes), the metadata read and the shared readers
+// come from the header beside both examples: copy it along with this folder.
+#include "../common/CustomHelpers.h"
 
-#include <cstring>
-
-using NSCam::NSCamFeature::NSCamPerfCtrl::CustomOutCmds;
-using NSCam::NSCamFeature::NSCamPerfCtrl::CustomParams;
-using NSCam::NSCamFeature::NSCamPerfCtrl::OverwriteCPUControls;
-
-#define EXPORT __attribute__((visibility("default")))
+using namespace camcustom;
 
 namespace {
 
-// ---- This device ------------------------------------------------------------------
-
-// Two CPUs: CPU 0 (cluster 0, little) and CPU 1 (cluster 1, big).
-constexpr int kCpuLittle = 0x1;
-constexpr int kCpuBig = 0x2;
-constexpr int kCpuAll = kCpuLittle | kCpuBig;
-constexpr int kNoPlacement = -1;  // leave the thread where the scheduler puts it
+// ---- This policy ------------------------------------------------------------------
 
 // Frequency floors in kHz.
 constexpr int kLittleBase = 1000000;
@@ -52,34 +42,6 @@ constexpr int kBigBase = 1200000;
 constexpr int kBigBusy = 1800000;
 constexpr int kBigMax = 2200000;
 
-// CPU-affinity scenes: chosen at configure time (CAM_CPU_AFFY_SCENE), handed back to
-// queryAppropriateCPU for every thread that asks to be placed.
-enum Scene : int {
-    kSceneDefault = 0,
-    kScenePhoto = 1,
-    kSceneVideo = 2,
-    kSceneVideoHighFps = 3,
-};
-constexpr int kAnyScene = -1;
-
-// Camera metadata the policy reads (Android tag numbers and values).
-constexpr uint32_t kTagCaptureIntent = 0x1000d;  // android.control.captureIntent
-enum CaptureIntent : int {
-    kIntentPreview = 1,
-    kIntentStillCapture = 2,
-    kIntentVideoRecord = 3,
-    kIntentVideoSnapshot = 4,
-    kIntentZeroShutterLag = 5,
-};
-
-// ---- Thread placement ---------------------------------------------------------------
-
-struct Placement {
-    const char* threadPrefix;  // matches "CamPreview", "CamPreview-1", ...
-    int scene;                 // kAnyScene or one scene
-    int cpuMask;
-};
-
 // First match wins.
 constexpr Placement kPlacements[] = {
     {"CamPreview", kAnyScene, kCpuLittle},       // display path: light work
@@ -87,37 +49,6 @@ constexpr Placement kPlacements[] = {
     {"CamEncode", kSceneVideoHighFps, kCpuBig},  // 60 fps encode feed: the big CPU only
     {"CamEncode", kSceneVideo, kCpuAll},        {"CamIsp", kAnyScene, kCpuAll},
 };
-
-// ---- Reading the stream configuration -----------------------------------------------
-
-struct StreamSummary {
-    bool video = false;       // an output stream feeds the video encoder
-    uint32_t videoWidth = 0;  // widest such stream
-    int maxFps = 30;          // top of the target frame-rate range
-};
-
-StreamSummary summarise(const qcam::StreamConfiguration& config) {
-    StreamSummary s;
-    for (const auto& stream : config.streams) {
-        if (stream.streamType == static_cast<int32_t>(qcam::StreamType::OUTPUT) &&
-            (stream.usage & qcam::BUFFER_USAGE_VIDEO_ENCODER)) {
-            s.video = true;
-            if (stream.width > s.videoWidth)
-                s.videoWidth = stream.width;
-        }
-    }
-    auto fps = config.sessionParams.entryFor(qcam::TAG_CONTROL_AE_TARGET_FPS_RANGE, 0);
-    if (fps.count() >= 2)
-        s.maxFps = fps.itemAt(1, NSCam::Type2Type<int>());
-    return s;
-}
-
-int captureIntent(const NSCam::IMetadata* request) {
-    if (!request)
-        return -1;
-    auto entry = request->entryFor(kTagCaptureIntent, 0);
-    return entry.isEmpty() ? -1 : entry.itemAt(0, NSCam::Type2Type<int>());
-}
 
 }  // namespace
 
@@ -199,15 +130,7 @@ EXPORT bool customizeRuntimeCPUCtrl(const NSCam::IMetadata* request, const Custo
 
 // Where a camera thread should run, by its name and the current scene.
 EXPORT int queryAppropriateCPU(const char* threadName, int scene) {
-    if (!threadName)
-        return kNoPlacement;
-    for (const auto& p : kPlacements) {
-        if (std::strncmp(threadName, p.threadPrefix, std::strlen(p.threadPrefix)) == 0 &&
-            (p.scene == kAnyScene || p.scene == scene)) {
-            return p.cpuMask;
-        }
-    }
-    return kNoPlacement;
+    return placeThread(kPlacements, threadName, scene);
 }
 
 }  // extern "C"

@@ -10,23 +10,12 @@
 // pick its own minimum, and camera threads kept on the little CPU unless a shot or a
 // high-frame-rate encode needs the big one.
 
-#include <PerfCtrlCustom.h>
+// The device, the metadata read and the shared readers: the header beside both examples.
+#include "../common/CustomHelpers.h"
 
-#include <cstring>
-
-using NSCam::NSCamFeature::NSCamPerfCtrl::CustomOutCmds;
-using NSCam::NSCamFeature::NSCamPerfCtrl::CustomParams;
-using NSCam::NSCamFeature::NSCamPerfCtrl::OverwriteCPUControls;
-
-#define EXPORT __attribute__((visibility("default")))
+using namespace camcustom;
 
 namespace {
-
-// Two CPUs: CPU 0 (cluster 0, little) and CPU 1 (cluster 1, big).
-constexpr int kCpuLittle = 0x1;
-constexpr int kCpuBig = 0x2;
-constexpr int kCpuAll = kCpuLittle | kCpuBig;
-constexpr int kNoPlacement = -1;
 
 // Frequency floors in kHz: each a step below the example policy's.
 constexpr int kLittleBusy = 1100000;
@@ -34,57 +23,12 @@ constexpr int kLittleShot = 1400000;
 constexpr int kBigBase = 1000000;
 constexpr int kBigShot = 1600000;
 
-enum Scene : int { kSceneDefault = 0, kScenePhoto = 1, kSceneVideo = 2, kSceneVideoHighFps = 3 };
-constexpr int kAnyScene = -1;
-
-constexpr uint32_t kTagCaptureIntent = 0x1000d;  // android.control.captureIntent
-enum CaptureIntent : int {
-    kIntentStillCapture = 2,
-    kIntentVideoSnapshot = 4,
-    kIntentZeroShutterLag = 5,
-};
-
-struct Placement {
-    const char* threadPrefix;
-    int scene;
-    int cpuMask;
-};
-
 // First match wins: the little CPU by default.
 constexpr Placement kPlacements[] = {
     {"CamEncode", kSceneVideoHighFps, kCpuBig},
     {"CamCapture", kScenePhoto, kCpuAll},
     {"Cam", kAnyScene, kCpuLittle},
 };
-
-struct StreamSummary {
-    bool video = false;
-    uint32_t videoWidth = 0;
-    int maxFps = 30;
-};
-
-StreamSummary summarise(const qcam::StreamConfiguration& config) {
-    StreamSummary s;
-    for (const auto& stream : config.streams) {
-        if (stream.streamType == static_cast<int32_t>(qcam::StreamType::OUTPUT) &&
-            (stream.usage & qcam::BUFFER_USAGE_VIDEO_ENCODER)) {
-            s.video = true;
-            if (stream.width > s.videoWidth)
-                s.videoWidth = stream.width;
-        }
-    }
-    auto fps = config.sessionParams.entryFor(qcam::TAG_CONTROL_AE_TARGET_FPS_RANGE, 0);
-    if (fps.count() >= 2)
-        s.maxFps = fps.itemAt(1, NSCam::Type2Type<int>());
-    return s;
-}
-
-int captureIntent(const NSCam::IMetadata* request) {
-    if (!request)
-        return -1;
-    auto entry = request->entryFor(kTagCaptureIntent, 0);
-    return entry.isEmpty() ? -1 : entry.itemAt(0, NSCam::Type2Type<int>());
-}
 
 }  // namespace
 
@@ -147,15 +91,7 @@ EXPORT bool customizeRuntimeCPUCtrl(const NSCam::IMetadata* request, const Custo
 }
 
 EXPORT int queryAppropriateCPU(const char* threadName, int scene) {
-    if (!threadName)
-        return kNoPlacement;
-    for (const auto& p : kPlacements) {
-        if (std::strncmp(threadName, p.threadPrefix, std::strlen(p.threadPrefix)) == 0 &&
-            (p.scene == kAnyScene || p.scene == scene)) {
-            return p.cpuMask;
-        }
-    }
-    return kNoPlacement;
+    return placeThread(kPlacements, threadName, scene);
 }
 
 }  // extern "C"
