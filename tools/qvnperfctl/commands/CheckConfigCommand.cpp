@@ -1,6 +1,7 @@
 // qvnperfctl check-config: the check a device maker runs on a JSON configuration
 // before flashing it.
 
+#include <algorithm>
 #include <cstdio>
 #include <string>
 #include <vector>
@@ -52,6 +53,51 @@ void printList(const char* label, const SentList& list) {
     }
 }
 
+// The controller's reading of one loaded file: its problems, then with --show the lists
+// it sends.
+int reportReading(const std::string& path, const JsonSource& source, bool show) {
+    const ConfigReading reading = readConfiguration(source);
+    for (const auto& p : reading.problems)
+        std::printf("%s:%d: %s\n", path.c_str(), p.line, p.message.c_str());
+    if (reading.problems.empty()) {
+        std::printf("%s: ok\n", path.c_str());
+    } else {
+        std::printf("%s: %zu problem%s\n", path.c_str(), reading.problems.size(),
+                    reading.problems.size() == 1 ? "" : "s");
+    }
+    if (show) {
+        std::printf("%s: with a customisation library loaded, the controller sends\n",
+                    path.c_str());
+        printList("enter-camera list", reading.enterCamera);
+        printList("configure-stream list", reading.configureStream);
+    }
+    return reading.problems.empty() ? kExitOk : kExitProblems;
+}
+
+// One file's own exit status.
+int checkFile(const std::string& path, bool show) {
+    JsonSource source;
+    switch (source.load(path)) {
+        case JsonSource::Status::IoError:
+            std::fprintf(stderr, "qvnperfctl check-config: %s\n", source.error().c_str());
+            return kExitUsage;
+        case JsonSource::Status::TooLarge:
+            std::printf("%s:1: not loaded by the controller: %s\n", path.c_str(),
+                        source.error().c_str());
+            break;
+        case JsonSource::Status::ParseError:
+            std::printf("%s:%d: not loaded by the controller: %s\n", path.c_str(),
+                        source.errorLine(), source.error().c_str());
+            break;
+        case JsonSource::Status::Ok:
+            return reportReading(path, source, show);
+    }
+    if (show)
+        std::printf("%s: the controller does not load it and sends no list from it\n",
+                    path.c_str());
+    return kExitProblems;
+}
+
 }  // namespace
 
 int runCheckConfig(const std::vector<std::string>& args) {
@@ -66,51 +112,10 @@ int runCheckConfig(const std::vector<std::string>& args) {
     if (line.operands.empty())
         return usageError("check-config", "missing CONFIG.json");
     const bool show = !line.options.empty();
+    // Exit statuses grow with their severity: the worst file's wins.
     int status = kExitOk;
-    auto found = [&status] {
-        if (status == kExitOk)
-            status = kExitProblems;
-    };
-    for (const auto& path : line.operands) {
-        JsonSource source;
-        switch (source.load(path)) {
-            case JsonSource::Status::IoError:
-                std::fprintf(stderr, "qvnperfctl check-config: %s\n", source.error().c_str());
-                status = kExitUsage;
-                continue;
-            case JsonSource::Status::TooLarge:
-                std::printf("%s:1: not loaded by the controller: %s\n", path.c_str(),
-                            source.error().c_str());
-                break;
-            case JsonSource::Status::ParseError:
-                std::printf("%s:%d: not loaded by the controller: %s\n", path.c_str(),
-                            source.errorLine(), source.error().c_str());
-                break;
-            case JsonSource::Status::Ok: {
-                const ConfigReading reading = readConfiguration(source);
-                for (const auto& p : reading.problems)
-                    std::printf("%s:%d: %s\n", path.c_str(), p.line, p.message.c_str());
-                if (reading.problems.empty()) {
-                    std::printf("%s: ok\n", path.c_str());
-                } else {
-                    std::printf("%s: %zu problem%s\n", path.c_str(), reading.problems.size(),
-                                reading.problems.size() == 1 ? "" : "s");
-                    found();
-                }
-                if (show) {
-                    std::printf("%s: with a customisation library loaded, the controller sends\n",
-                                path.c_str());
-                    printList("enter-camera list", reading.enterCamera);
-                    printList("configure-stream list", reading.configureStream);
-                }
-                continue;
-            }
-        }
-        found();
-        if (show)
-            std::printf("%s: the controller does not load it and sends no list from it\n",
-                        path.c_str());
-    }
+    for (const auto& path : line.operands)
+        status = std::max(status, checkFile(path, show));
     return status;
 }
 
