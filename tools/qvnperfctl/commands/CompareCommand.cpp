@@ -101,6 +101,70 @@ struct Side {
     Timeline timeline;
 };
 
+// simulate's own reading finds bad options before anything runs; so does a --svg file
+// that cannot be written. An exit status when either does.
+std::optional<int> checkSides(const Side& a, const Side& b, const std::string& svg) {
+    for (const Side* side : {&a, &b}) {
+        SimulateOptions options;
+        if (auto problem = parseSimulateOptions(side->args, options))
+            return usageError("compare", "side " + side->name + ": " + *problem);
+    }
+    if (!svg.empty() && !std::ofstream(svg, std::ios::app)) {
+        std::fprintf(stderr, "qvnperfctl compare: cannot write %s\n", svg.c_str());
+        return kExitUsage;
+    }
+    return std::nullopt;
+}
+
+// Runs one side as a simulate child and reads back its timeline; an exit status when it
+// cannot.
+std::optional<int> playSide(const std::string& scratchDir, Side& side) {
+    const std::string base = scratchDir + "/" + side.name;
+    std::vector<std::string> childArgs = {"simulate"};
+    childArgs.insert(childArgs.end(), side.args.begin(), side.args.end());
+    childArgs.insert(childArgs.end(), {"--timeline", base + ".json"});
+    side.status = runSelf(childArgs, base + ".txt");
+    if (side.status == kExitUsage) {
+        std::fprintf(stderr, "qvnperfctl compare: side %s could not run\n", side.name.c_str());
+        return kExitUsage;
+    }
+    std::string error;
+    if (!readTimelineFile(base + ".json", side.timeline, error)) {
+        std::fprintf(stderr, "qvnperfctl compare: side %s: %s\n", side.name.c_str(), error.c_str());
+        return side.status == kExitOk ? kExitUsage : kExitProblems;
+    }
+    return std::nullopt;
+}
+
+// A side's options as the comparison names them. The session path each side names is the
+// same; drop the options' copy of it.
+std::string sideOptions(const std::vector<std::string>& common,
+                        const std::vector<std::string>& scoped) {
+    std::vector<std::string> words = common;
+    words.insert(words.end(), scoped.begin(), scoped.end());
+    SimulateOptions parsed;
+    parseSimulateOptions(words, parsed);
+    auto session = std::find(words.begin(), words.end(), parsed.session);
+    if (session != words.end())
+        words.erase(session);
+    return joined(words);
+}
+
+// Points to the simulate run that shows a side's problems; kExitProblems if either had any.
+int reportSideProblems(const Side& a, const Side& b) {
+    int status = kExitOk;
+    for (const Side* side : {&a, &b}) {
+        if (side->status != kExitOk || !side->timeline.clean() ||
+            side->timeline.counters.refused > 0) {
+            std::fprintf(stderr,
+                         "qvnperfctl compare: side %s had problems; see qvnperfctl simulate %s\n",
+                         side->name.c_str(), joined(side->args).c_str());
+            status = kExitProblems;
+        }
+    }
+    return status;
+}
+
 }  // namespace
 
 int runCompare(const std::vector<std::string>& args) {
@@ -118,16 +182,8 @@ int runCompare(const std::vector<std::string>& args) {
     Side a{"A", sides.common, kExitOk, {}}, b{"B", sides.common, kExitOk, {}};
     a.args.insert(a.args.end(), sides.a.begin(), sides.a.end());
     b.args.insert(b.args.end(), sides.b.begin(), sides.b.end());
-    // simulate's own reading finds bad options before anything runs.
-    for (const Side* side : {&a, &b}) {
-        SimulateOptions options;
-        if (auto problem = parseSimulateOptions(side->args, options))
-            return usageError("compare", "side " + side->name + ": " + *problem);
-    }
-    if (!sides.svg.empty() && !std::ofstream(sides.svg, std::ios::app)) {
-        std::fprintf(stderr, "qvnperfctl compare: cannot write %s\n", sides.svg.c_str());
-        return kExitUsage;
-    }
+    if (auto failed = checkSides(a, b, sides.svg))
+        return *failed;
 
     ScratchDir scratch;
     if (scratch.path().empty()) {
@@ -135,53 +191,20 @@ int runCompare(const std::vector<std::string>& args) {
         return kExitUsage;
     }
     for (Side* side : {&a, &b}) {
-        const std::string base = scratch.path() + "/" + side->name;
-        std::vector<std::string> childArgs = {"simulate"};
-        childArgs.insert(childArgs.end(), side->args.begin(), side->args.end());
-        childArgs.insert(childArgs.end(), {"--timeline", base + ".json"});
-        side->status = runSelf(childArgs, base + ".txt");
-        if (side->status == kExitUsage) {
-            std::fprintf(stderr, "qvnperfctl compare: side %s could not run\n", side->name.c_str());
-            return kExitUsage;
-        }
-        std::string error;
-        if (!readTimelineFile(base + ".json", side->timeline, error)) {
-            std::fprintf(stderr, "qvnperfctl compare: side %s: %s\n", side->name.c_str(),
-                         error.c_str());
-            return side->status == kExitOk ? kExitUsage : kExitProblems;
-        }
+        if (auto failed = playSide(scratch.path(), *side))
+            return *failed;
     }
 
-    // The session path each side names is the same; drop the options' copies of it.
-    auto optionsOf = [&](const std::vector<std::string>& scoped) {
-        std::vector<std::string> words = sides.common;
-        words.insert(words.end(), scoped.begin(), scoped.end());
-        SimulateOptions parsed;
-        parseSimulateOptions(words, parsed);
-        auto session = std::find(words.begin(), words.end(), parsed.session);
-        if (session != words.end())
-            words.erase(session);
-        return joined(words);
-    };
     // Both sides play on the virtual clock, so their times agree to the microsecond.
     const Comparison comparison = compareTimelines(a.timeline, b.timeline);
-    printComparison(comparison, a.timeline, b.timeline, {"A", optionsOf(sides.a)},
-                    {"B", optionsOf(sides.b)}, stdout);
+    const SideLabel labelA{"A", sideOptions(sides.common, sides.a)};
+    const SideLabel labelB{"B", sideOptions(sides.common, sides.b)};
+    printComparison(comparison, a.timeline, b.timeline, labelA, labelB, stdout);
     std::fflush(stdout);
 
-    int status = kExitOk;
-    for (const Side* side : {&a, &b}) {
-        if (side->status != kExitOk || !side->timeline.clean() ||
-            side->timeline.counters.refused > 0) {
-            std::fprintf(stderr,
-                         "qvnperfctl compare: side %s had problems; see qvnperfctl simulate %s\n",
-                         side->name.c_str(), joined(side->args).c_str());
-            status = kExitProblems;
-        }
-    }
+    int status = reportSideProblems(a, b);
     if (!sides.svg.empty() &&
-        !writeCompareSvg(comparison, a.timeline, b.timeline, {"A", optionsOf(sides.a)},
-                         {"B", optionsOf(sides.b)}, sides.svg)) {
+        !writeCompareSvg(comparison, a.timeline, b.timeline, labelA, labelB, sides.svg)) {
         std::fprintf(stderr, "qvnperfctl compare: cannot write %s\n", sides.svg.c_str());
         status = kExitUsage;
     }
