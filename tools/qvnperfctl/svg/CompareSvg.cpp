@@ -53,6 +53,48 @@ std::vector<svg::Marker> markersOf(const Picture& a, const Picture& b, int64_t s
     return markers;
 }
 
+// One side's options beside a sample of its line; returns the y of the next.
+double drawSideLegend(std::ostream& out, double y, const SideLabel& label, const svg::Line& line) {
+    out << "<line x1=\"12\" y1=\"" << num(y - 4) << "\" x2=\"44\" y2=\"" << num(y - 4)
+        << "\" stroke=\"" << line.colour << "\" stroke-width=\"2\""
+        << (line.dashes.empty() ? "" : " stroke-dasharray=\"" + line.dashes + "\"")
+        << "/><text x=\"50\" y=\"" << num(y) << "\">"
+        << escape(fit(label.name + ": " + (label.options.empty() ? "(no options)" : label.options),
+                      170))
+        << "</text>\n";
+    return y + 16;
+}
+
+// One resource's chart, A solid and B dashed, headed by whether the sides differ on it;
+// returns the y of the next.
+double drawResourceChart(std::ostream& out, const svg::TimeScale& scale, double y,
+                         const Comparison& comparison, const StepSeries& a, const StepSeries& b) {
+    const bool cpu = a.resource.find("CPUFREQ") != std::string::npos;
+    const bool differs = std::any_of(comparison.resources.begin(), comparison.resources.end(),
+                                     [&](const auto& r) { return r.name == a.resource; });
+    const svg::Line la{&a.points, kColourA, ""}, lb{&b.points, kColourB, kDashesB};
+    out << "<text x=\"8\" y=\"" << num(y - 10) << "\"><tspan font-weight=\"bold\">"
+        << escape(a.label) << "</tspan><tspan dx=\"10\" fill=\""
+        << (differs ? "#b03030" : "#666666") << "\">"
+        << (differs ? "differs" : "same on both sides") << "</tspan></text>\n";
+    y = svg::stepChart(out, scale, y, kChartHeight, cpu ? "GHz" : "OPP", cpu ? 1e6 : 1, {la, lb},
+                       {});
+    return y + 34;
+}
+
+// A red line down from the markers through the charts where the sides first part.
+void drawFirstDifference(std::ostream& out, const svg::TimeScale& scale,
+                         const ResourceDifference& first, double top, double labelTop,
+                         double bottom) {
+    const double fx = scale.x(first.first.timeUs);
+    out << "<g><title>"
+        << escape("first difference: " + formatTime(first.first.timeUs) + ", " + first.first.step)
+        << "</title><line x1=\"" << num(fx) << "\" y1=\"" << num(top) << "\" x2=\"" << num(fx)
+        << "\" y2=\"" << num(bottom) << "\" stroke=\"#b03030\" stroke-width=\"1\"/>"
+        << "<text x=\"" << num(fx + 3) << "\" y=\"" << num(labelTop + 10)
+        << "\" font-size=\"9\" fill=\"#b03030\">first difference</text></g>\n";
+}
+
 }  // namespace
 
 bool writeCompareSvg(const Comparison& comparison, const Timeline& a, const Timeline& b,
@@ -63,58 +105,19 @@ bool writeCompareSvg(const Comparison& comparison, const Timeline& a, const Time
     const svg::MarkerRow markers(scale, markersOf(pa, pb, scale.endUs / 500));
     std::ostringstream body;
 
-    double y = 44;
-    const svg::Line lineA{nullptr, kColourA, ""}, lineB{nullptr, kColourB, kDashesB};
-    for (const auto& [label, line] : {std::pair{labelA, lineA}, std::pair{labelB, lineB}}) {
-        body << "<line x1=\"12\" y1=\"" << num(y - 4) << "\" x2=\"44\" y2=\"" << num(y - 4)
-             << "\" stroke=\"" << line.colour << "\" stroke-width=\"2\""
-             << (line.dashes.empty() ? "" : " stroke-dasharray=\"" + line.dashes + "\"")
-             << "/><text x=\"50\" y=\"" << num(y) << "\">"
-             << escape(fit(
-                    label.name + ": " + (label.options.empty() ? "(no options)" : label.options),
-                    170))
-             << "</text>\n";
-        y += 16;
-    }
+    double y = drawSideLegend(body, 44, labelA, {nullptr, kColourA, ""});
+    y = drawSideLegend(body, y, labelB, {nullptr, kColourB, kDashesB});
     const double markersTop = y + 6;
     body << "<text x=\"8\" y=\"" << num(markersTop + 10)
          << "\" font-weight=\"bold\">steps and events</text>\n";
     y = markersTop + std::max(markers.height(), 14.0) + 30;
 
-    std::vector<std::pair<const StepSeries*, const StepSeries*>> charts;
+    const double chartsTop = y;
     for (size_t i = 0; i < pa.cpuFloors.size() && i < pb.cpuFloors.size(); ++i)
-        charts.emplace_back(&pa.cpuFloors[i], &pb.cpuFloors[i]);
-    charts.emplace_back(&pa.dram, &pb.dram);
-    double firstChartTop = -1;
-    for (const auto& chart : charts) {
-        const StepSeries* sa = chart.first;
-        const StepSeries* sb = chart.second;
-        const bool cpu = sa->resource.find("CPUFREQ") != std::string::npos;
-        const bool differs = std::any_of(comparison.resources.begin(), comparison.resources.end(),
-                                         [&](const auto& r) { return r.name == sa->resource; });
-        svg::Line la = lineA, lb = lineB;
-        la.points = &sa->points;
-        lb.points = &sb->points;
-        body << "<text x=\"8\" y=\"" << num(y - 10) << "\"><tspan font-weight=\"bold\">"
-             << escape(sa->label) << "</tspan><tspan dx=\"10\" fill=\""
-             << (differs ? "#b03030" : "#666666") << "\">"
-             << (differs ? "differs" : "same on both sides") << "</tspan></text>\n";
-        if (firstChartTop < 0)
-            firstChartTop = y;
-        y = svg::stepChart(body, scale, y, kChartHeight, cpu ? "GHz" : "OPP", cpu ? 1e6 : 1,
-                           {la, lb}, {});
-        y += 34;
-    }
-    if (auto first = comparison.first()) {
-        const double fx = scale.x(first->first.timeUs);
-        body << "<g><title>"
-             << escape("first difference: " + formatTime(first->first.timeUs) + ", " +
-                       first->first.step)
-             << "</title><line x1=\"" << num(fx) << "\" y1=\"" << num(markersTop) << "\" x2=\""
-             << num(fx) << "\" y2=\"" << num(y - 34) << "\" stroke=\"#b03030\" stroke-width=\"1\"/>"
-             << "<text x=\"" << num(fx + 3) << "\" y=\"" << num(firstChartTop + 10)
-             << "\" font-size=\"9\" fill=\"#b03030\">first difference</text></g>\n";
-    }
+        y = drawResourceChart(body, scale, y, comparison, pa.cpuFloors[i], pb.cpuFloors[i]);
+    y = drawResourceChart(body, scale, y, comparison, pa.dram, pb.dram);
+    if (auto first = comparison.first())
+        drawFirstDifference(body, scale, *first, markersTop, chartsTop, y - 34);
     markers.draw(body, markersTop, y - 34);
     body << "<text x=\"" << num(kWidth - kRight) << "\" y=\"" << num(y - 6)
          << "\" text-anchor=\"end\">time (" << scale.unit.name << ")</text>\n";
