@@ -234,9 +234,16 @@ double MarkerRow::legend(std::ostream& out, double top, double left, double widt
     return kLegendLine * static_cast<double>(perColumn);
 }
 
-double stepChart(std::ostream& out, const TimeScale& scale, double top, double height,
-                 const std::string& yLabel, double divisor, const std::vector<Line>& lines,
-                 const std::vector<std::pair<std::string, Line>>& legend) {
+namespace {
+
+// A chart's value axis: from 0 up to `max` in ticks of `step`, drawn from `top` down
+// `height`.
+struct ValueAxis {
+    double top, height, step, max;
+    double y(double v) const { return top + height - height * v / max; }
+};
+
+ValueAxis valueAxis(const std::vector<Line>& lines, double divisor, double top, double height) {
     double maxValue = 0;
     for (const auto& line : lines) {
         for (const auto& point : *line.points) {
@@ -248,45 +255,57 @@ double stepChart(std::ostream& out, const TimeScale& scale, double top, double h
         maxValue = 1;
     // Values are integers: below the divisor's unit a fraction means nothing.
     const double step = std::max(tickStep(maxValue, 4), divisor == 1 ? 1.0 : 0.0);
-    const double topValue = std::ceil(maxValue / step - 1e-9) * step;
-    auto y = [&](double v) { return top + height - height * v / topValue; };
+    return {top, height, step, std::ceil(maxValue / step - 1e-9) * step};
+}
 
-    out << "<text transform=\"translate(" << num(scale.left - 44) << ',' << num(top + height / 2)
-        << ") rotate(-90)\" text-anchor=\"middle\">" << escape(yLabel) << "</text>\n";
-    out << "<line x1=\"" << num(scale.left) << "\" y1=\"" << num(top) << "\" x2=\""
-        << num(scale.left) << "\" y2=\"" << num(top + height) << "\" stroke=\"black\"/>\n";
-    for (double v = 0; v <= topValue + 1e-9; v += step) {
-        out << "<line x1=\"" << num(scale.left - 4) << "\" y1=\"" << num(y(v)) << "\" x2=\""
-            << num(scale.left + scale.width) << "\" y2=\"" << num(y(v)) << "\" stroke=\"#eeeeee\"/>"
-            << "<text x=\"" << num(scale.left - 6) << "\" y=\"" << num(y(v) + 3)
+void drawValueAxis(std::ostream& out, const TimeScale& scale, const ValueAxis& axis,
+                   const std::string& label) {
+    out << "<text transform=\"translate(" << num(scale.left - 44) << ','
+        << num(axis.top + axis.height / 2) << ") rotate(-90)\" text-anchor=\"middle\">"
+        << escape(label) << "</text>\n";
+    out << "<line x1=\"" << num(scale.left) << "\" y1=\"" << num(axis.top) << "\" x2=\""
+        << num(scale.left) << "\" y2=\"" << num(axis.top + axis.height)
+        << "\" stroke=\"black\"/>\n";
+    for (double v = 0; v <= axis.max + 1e-9; v += axis.step) {
+        out << "<line x1=\"" << num(scale.left - 4) << "\" y1=\"" << num(axis.y(v)) << "\" x2=\""
+            << num(scale.left + scale.width) << "\" y2=\"" << num(axis.y(v))
+            << "\" stroke=\"#eeeeee\"/>"
+            << "<text x=\"" << num(scale.left - 6) << "\" y=\"" << num(axis.y(v) + 3)
             << "\" text-anchor=\"end\" font-size=\"9\">" << tickLabel(v) << "</text>\n";
     }
-    for (const auto& line : lines) {
-        std::string points;
-        auto flush = [&] {
-            if (!points.empty()) {
-                out << "<polyline fill=\"none\" stroke=\"" << line.colour
-                    << "\" stroke-width=\"2\"";
-                if (!line.dashes.empty())
-                    out << " stroke-dasharray=\"" << line.dashes << "\"";
-                out << " points=\"" << points << "\"/>\n";
-            }
-            points.clear();
-        };
-        const auto& p = *line.points;
-        for (size_t i = 0; i < p.size(); ++i) {
-            const int64_t end = i + 1 < p.size() ? p[i + 1].first : scale.endUs;
-            if (!p[i].second) {
-                flush();  // no lock holds the resource: a gap in the line
-                continue;
-            }
-            const double vy = y(*p[i].second / divisor);
-            points += num(scale.x(p[i].first)) + ',' + num(vy) + ' ' + num(scale.x(end)) + ',' +
-                      num(vy) + ' ';
+}
+
+// One step line, as polylines broken where no lock holds the resource.
+void drawLine(std::ostream& out, const TimeScale& scale, const ValueAxis& axis, double divisor,
+              const Line& line) {
+    std::string points;
+    auto flush = [&] {
+        if (!points.empty()) {
+            out << "<polyline fill=\"none\" stroke=\"" << line.colour << "\" stroke-width=\"2\"";
+            if (!line.dashes.empty())
+                out << " stroke-dasharray=\"" << line.dashes << "\"";
+            out << " points=\"" << points << "\"/>\n";
         }
-        flush();
+        points.clear();
+    };
+    const auto& p = *line.points;
+    for (size_t i = 0; i < p.size(); ++i) {
+        const int64_t end = i + 1 < p.size() ? p[i + 1].first : scale.endUs;
+        if (!p[i].second) {
+            flush();  // no lock holds the resource: a gap in the line
+            continue;
+        }
+        const double vy = axis.y(*p[i].second / divisor);
+        points += num(scale.x(p[i].first)) + ',' + num(vy) + ' ' + num(scale.x(end)) + ',' +
+                  num(vy) + ' ';
     }
-    double legendX = scale.left + 8;
+    flush();
+}
+
+// Each line's sample and name in a row above the chart.
+void drawLineLegend(std::ostream& out, double left, double top,
+                    const std::vector<std::pair<std::string, Line>>& legend) {
+    double legendX = left;
     for (const auto& [text, line] : legend) {
         out << "<line x1=\"" << num(legendX) << "\" y1=\"" << num(top - 8) << "\" x2=\""
             << num(legendX + 24) << "\" y2=\"" << num(top - 8) << "\" stroke=\"" << line.colour
@@ -296,6 +315,18 @@ double stepChart(std::ostream& out, const TimeScale& scale, double top, double h
             << escape(fit(text, 60)) << "</text>\n";
         legendX += 40 + 6.2 * static_cast<double>(std::min<size_t>(text.size(), 60));
     }
+}
+
+}  // namespace
+
+double stepChart(std::ostream& out, const TimeScale& scale, double top, double height,
+                 const std::string& yLabel, double divisor, const std::vector<Line>& lines,
+                 const std::vector<std::pair<std::string, Line>>& legend) {
+    const ValueAxis axis = valueAxis(lines, divisor, top, height);
+    drawValueAxis(out, scale, axis, yLabel);
+    for (const auto& line : lines)
+        drawLine(out, scale, axis, divisor, line);
+    drawLineLegend(out, scale.left + 8, top, legend);
     timeAxis(out, scale, top + height, false);
     return top + height + 20;
 }
