@@ -1,4 +1,6 @@
-#include "play/DumpStep.h"
+// The `dump` step's notes: the controller's own dump beside the power service's live locks.
+
+#include "play/Simulation.h"
 
 #include <qvncam_perfctrl.h>
 
