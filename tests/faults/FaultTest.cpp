@@ -211,9 +211,10 @@ TEST_P(ConfigFault, OpeningTheCameraHasOneDefinedOutcome) {
     ASSERT_TRUE(opened);
     const auto a = recpower::acquires();
     ASSERT_EQ(a.size(), 5u);  // the boost; enter camera's platform, boost and custom; configure's
-    // Read at load: "2.5GHz" and "99999999999" do not parse; "-1" does and is sent as is.
-    EXPECT_EQ(a[0].list, (List{0x400000, 2000000, 0x400100, 500000, 0x400200, -1, 0x1404300, 1,
-                               0x1404100, 1}));
+    // Read at load as libcutils reads them: "2.5GHz" by its prefix, "99999999999" out of
+    // range (the default), "-1" sent as is.
+    EXPECT_EQ(a[0].list,
+              (List{0x400000, 2, 0x400100, 500000, 0x400200, -1, 0x1404300, 1, 0x1404100, 1}));
     EXPECT_EQ(a[1].list, c.json ? kGarbagePlatform : kDefaultPlatform);
     EXPECT_EQ(a[3].list, c.custom);
     // An out-of-range scene reads as unset (the configured one, 0); "garbage" is no switch-off.

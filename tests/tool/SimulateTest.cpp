@@ -224,3 +224,24 @@ TEST(Simulate, ScriptErrorsAreReportedWithTheirLinesAndNothingRuns) {
 }
 
 }  // namespace
+
+// A device reads an integer property by its numeric prefix; the tool says so for every
+// property it passes, from the script, a prop step or --prop, and only for those.
+TEST(Simulate, WarnsOfIntegerPropertiesADeviceReadsByTheirPrefix) {
+    const std::string script = tempPath("props.json", R"({
+  "properties": {"vendor.debug.multicam.zoom.cpu1.freq": "2.5GHz",
+                 "vendor.cam3dev.dramcmd.enable": "2.5"},
+  "steps": [{"op": "open"},
+            {"op": "prop", "name": "vendor.cam3perfctrl.log", "value": "abc"},
+            {"op": "prop", "name": "vendor.cam3perfctrl.log", "value": " 0x10"},
+            {"op": "close"}]})");
+    const ToolRun run =
+        runTool({"simulate", script, "--prop", "vendor.cam3perfctrl.setaffinity.scene=010x"});
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_THAT(run.err, HasSubstr("vendor.debug.multicam.zoom.cpu1.freq=2.5GHz is read as 2\n"));
+    EXPECT_THAT(run.err, HasSubstr("vendor.cam3perfctrl.setaffinity.scene=010x is read as 8\n"));
+    EXPECT_THAT(run.err, HasSubstr("vendor.cam3perfctrl.log=abc is not a number: the default 0 "
+                                   "is used [line 5]"));
+    EXPECT_THAT(run.err, testing::Not(HasSubstr("dramcmd")));  // a switch, not an integer
+    EXPECT_THAT(run.err, testing::Not(HasSubstr("0x10")));     // read whole, blank and all
+}

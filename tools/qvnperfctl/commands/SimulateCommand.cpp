@@ -142,6 +142,23 @@ bool writable(const std::string& path) {
     return static_cast<bool>(probe);
 }
 
+// Values that a device reads other than they look: the host reads them the same way, but
+// a tuner who wrote "2.5GHz" should hear that it is 2.
+void warnOfPropertyValues(const Session& session, const LaunchPlan& plan) {
+    auto warn = [](const std::string& name, const std::string& value, int line) {
+        if (auto warning = propertyValueWarning(name, value)) {
+            std::fprintf(stderr, "qvnperfctl simulate: warning: %s%s\n", warning->c_str(),
+                         line > 0 ? (" [line " + std::to_string(line) + "]").c_str() : "");
+        }
+    };
+    for (const auto& [name, value] : plan.properties)
+        warn(name, value, 0);
+    for (const auto& step : session.steps) {
+        if (const auto* prop = std::get_if<PropStep>(&step.action))
+            warn(prop->name, prop->value, step.line);
+    }
+}
+
 // The simulation proper, in the process that relaunch() prepared.
 int play(const Options& options, const Session& session) {
     // A reader that goes away (simulate ... | head) only cuts the timeline short: the
@@ -210,6 +227,7 @@ int runSimulate(const std::vector<std::string>& args) {
         return kExitUsage;
     }
     plan.customLibrary = options.custom;
+    warnOfPropertyValues(session, plan);
     for (const auto* out : {&options.trace, &options.svg, &options.timeline}) {
         if (!out->empty() && !writable(*out)) {
             std::fprintf(stderr, "qvnperfctl simulate: cannot write %s\n", out->c_str());

@@ -8,6 +8,7 @@
 #include "PerfCtrlProperties.h"
 #include "PropertyText.h"
 #include "qvncam/platform/JsonText.h"
+#include "qvncam/platform/PropertyValue.h"
 
 namespace qvnperfctl {
 
@@ -57,6 +58,23 @@ bool readAtLibraryLoad(const std::string& name) {
             return p.readAt == ReadAt::LibraryLoad;
     }
     return false;
+}
+
+std::optional<std::string> propertyValueWarning(const std::string& name, const std::string& value) {
+    using namespace NSCam::NSCamFeature::NSCamPerfCtrl::PerfCtrlProperties;
+    for (const Listed& p : kAll) {
+        if (name != p.name || !p.integer || value.empty())
+            continue;
+        const auto read = qvncam::platform::readPropertyInt32(value, p.defaultValue);
+        if (read.whole)
+            return std::nullopt;
+        const std::string shown = name + "=" + value;
+        if (read.numeric)
+            return shown + " is read as " + std::to_string(read.value);
+        return shown + " is not a number: the default " + std::to_string(p.defaultValue) +
+               " is used";
+    }
+    return std::nullopt;
 }
 
 std::vector<std::pair<std::string, std::string>> configurationProperties(const std::string& path) {

@@ -3,6 +3,7 @@
 // The host properties file (name=value lines) that QVNCAM_PROPERTIES names; the
 // controller re-reads it whenever it changes.
 
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -30,6 +31,10 @@ class PropertyFile {
 
 // The properties that make the controller read the JSON configuration at `path`.
 std::vector<std::pair<std::string, std::string>> configurationProperties(const std::string& path);
+
+// What a device makes of a value that does not read as it looks: an integer property read
+// by its numeric prefix ("NAME=2.5GHz is read as 2"), or one that is no number at all.
+std::optional<std::string> propertyValueWarning(const std::string& name, const std::string& value);
 
 // Properties the controller reads only when the library is loaded: changing them
 // during a session has no effect on it.
