@@ -200,6 +200,9 @@ TEST(Simulate, ScriptErrorsAreReportedWithTheirLinesAndNothingRuns) {
     const std::pair<const char*, std::vector<std::string>> cases[] = {
         {"{\n \"steps\": [\n  { \"op\": \"wait\" \"ms\": 3 }\n ]\n}\n", {"3: not valid JSON"}},
         {"{\n \"steps\": [] }\n", {"2: session: \"steps\" must be a non-empty array"}},
+        // integers written as strings are read whole, as every number of ours is
+        {"{ \"steps\": [ { \"op\": \"wait\", \"ms\": \" 5\" } ] }",
+         {"1: wait: ms must be an integer from"}},
         {tooManyRequests, {"4: requests: request numbers would pass 2147483647 (from "
                            "2147483647, 2 requests)"}},
         {everyProblem, {
@@ -223,8 +226,6 @@ TEST(Simulate, ScriptErrorsAreReportedWithTheirLinesAndNothingRuns) {
     }
 }
 
-}  // namespace
-
 // A device reads an integer property by its numeric prefix; the tool says so for every
 // property it passes, from the script, a prop step or --prop, and only for those.
 TEST(Simulate, WarnsOfIntegerPropertiesADeviceReadsByTheirPrefix) {
@@ -245,3 +246,5 @@ TEST(Simulate, WarnsOfIntegerPropertiesADeviceReadsByTheirPrefix) {
     EXPECT_THAT(run.err, testing::Not(HasSubstr("dramcmd")));  // a switch, not an integer
     EXPECT_THAT(run.err, testing::Not(HasSubstr("0x10")));     // read whole, blank and all
 }
+
+}  // namespace

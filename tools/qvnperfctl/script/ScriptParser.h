@@ -15,7 +15,8 @@
 
 namespace qvnperfctl {
 
-// A whole-string integer in base 10 or 0x-hex, with optional sign.
+// A whole-string integer as the project reads its own inputs (ParseInt.h): base 10, 0x-hex
+// or 0-octal, with optional sign, no blanks.
 std::optional<int64_t> parseNumber(const std::string& text);
 
 // A property value as the properties file holds it: integers and booleans written out.

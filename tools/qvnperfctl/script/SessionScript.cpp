@@ -1,21 +1,16 @@
 #include "script/SessionScript.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <cstdlib>
 
 #include "script/JsonSource.h"
 #include "script/ScriptParser.h"
+#include "qvncam/platform/ParseInt.h"
 
 namespace qvnperfctl {
 
 std::optional<int64_t> parseNumber(const std::string& text) {
-    if (text.empty())
-        return std::nullopt;
-    errno = 0;
-    char* end = nullptr;
-    long long value = std::strtoll(text.c_str(), &end, 0);
-    if (errno != 0 || *end != '\0')
+    int64_t value = 0;
+    if (!qvncam::platform::parseInt(text, &value))
         return std::nullopt;
     return value;
 }
