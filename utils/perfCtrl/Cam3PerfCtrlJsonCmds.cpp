@@ -2,6 +2,7 @@
 
 #include "Cam3PerfCtrlInternal.h"
 #include "CamLog.h"
+#include "JsonSections.h"
 #include "PerfCtrlHelper.h"
 #include "PowerResourceIds.h"
 
@@ -11,37 +12,28 @@ namespace NSCamPerfCtrl {
 
 namespace {
 
-struct JsonSection {
-    const char* member;
-    const char* label;  // "EnterCam" / "ConfigCam", the prefix of every line
-    bool& exist;
-    std::vector<int>& cmds;
-};
-
-// Appends the known resources of one section; false when the section is not an object.
-bool readSection(const QvncamJSONData& doc, const JsonSection& section, bool verbose) {
+// Appends the known resources of one section, in the document's order; false when the
+// section is not an object.
+bool appendSection(const QvncamJSONData& doc, const char* member, const char* label, bool& exist,
+                   std::vector<int>& cmds, bool verbose) {
     if (verbose) {
-        CAM_LOGD("%s json cmds:", section.label);
+        CAM_LOGD("%s json cmds:", label);
     }
-    section.exist = true;
-    const QvncamJSONData& value = doc[section.member];
-    if (!value.isObject()) {
-        CAM_LOGW("%s: json format failed!", section.label);
+    exist = true;
+    const JsonSection section = readJsonSection(doc, member);
+    if (!section.object) {
+        CAM_LOGW("%s: json format failed!", label);
         return false;
     }
-    const auto& names = PerfCtrlHelper::StringToPowerEnumMap;
-    for (const QvncamJSONData* it = value.begin(); it != value.end(); ++it) {
-        const std::string key = it->key();
-        const int val = *it;
-        const auto found = names.find(key);
-        if (found == names.end()) {
-            CAM_LOGW("%s: fail to find key=%s", section.label, key.c_str());
+    for (const auto& m : section.members) {
+        if (m.id == kNotAResource) {
+            CAM_LOGW("%s: fail to find key=%s", label, m.name.c_str());
             continue;
         }
-        section.cmds.push_back(found->second);
-        section.cmds.push_back(val);
+        cmds.push_back(m.id);
+        cmds.push_back(m.value);
         if (verbose) {
-            CAM_LOGD("%s json cmds: key=%s value=%d", section.label, key.c_str(), val);
+            CAM_LOGD("%s json cmds: key=%s value=%d", label, m.name.c_str(), m.value);
         }
     }
     return true;
@@ -61,17 +53,18 @@ bool Cam3PerfCtrlImp::__prepareJsonCmds(const QvncamJSONData& doc, JsonCmdSet& o
     const bool verbose = miLogLevel.load(std::memory_order_relaxed) != 0;
     if (verbose) {
         CAM_LOGD("__prepareJsonCmds exist enterCam:%d ConfigCam:%d",
-                 doc.hasMember("enter_cam") ? 1 : 0, doc.hasMember("config_cam") ? 1 : 0);
+                 doc.hasMember(kJsonEnterCamSection) ? 1 : 0,
+                 doc.hasMember(kJsonConfigCamSection) ? 1 : 0);
     }
     bool result = true;
-    if (doc.hasMember("enter_cam") &&
-        !readSection(doc, {"enter_cam", "EnterCam", out.enterCamExist, out.enterCamCmds},
-                     verbose)) {
+    if (doc.hasMember(kJsonEnterCamSection) &&
+        !appendSection(doc, kJsonEnterCamSection, "EnterCam", out.enterCamExist, out.enterCamCmds,
+                       verbose)) {
         result = false;
     }
-    if (doc.hasMember("config_cam") &&
-        !readSection(doc, {"config_cam", "ConfigCam", out.configCamExist, out.configCamCmds},
-                     verbose)) {
+    if (doc.hasMember(kJsonConfigCamSection) &&
+        !appendSection(doc, kJsonConfigCamSection, "ConfigCam", out.configCamExist,
+                       out.configCamCmds, verbose)) {
         return false;
     }
     return result;

@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "JsonSections.h"
 #include "config/ConfigReading.h"
 #include "config/Vocabulary.h"
 #include "qvncam/platform/JsonText.h"
@@ -19,7 +20,12 @@
 namespace qvnperfctl {
 namespace {
 
-const char* const kSections[] = {"enter_cam", "config_cam"};
+using NSCam::NSCamFeature::NSCamPerfCtrl::JsonSection;
+using NSCam::NSCamFeature::NSCamPerfCtrl::kJsonConfigCamSection;
+using NSCam::NSCamFeature::NSCamPerfCtrl::kJsonEnterCamSection;
+using NSCam::NSCamFeature::NSCamPerfCtrl::readJsonSection;
+
+const char* const kSections[] = {kJsonEnterCamSection, kJsonConfigCamSection};
 
 std::string describe(const Json::Value& v) {
     switch (v.type()) {
@@ -64,8 +70,8 @@ class ConfigReader {
                                      "\"config_cam\")");
             }
         }
-        readSection("enter_cam", mReading.enterCamera);
-        readSection("config_cam", mReading.configureStream);
+        readSection(kJsonEnterCamSection, mReading.enterCamera);
+        readSection(kJsonConfigCamSection, mReading.configureStream);
         return finish();
     }
 
@@ -93,15 +99,20 @@ class ConfigReader {
         }
     }
 
-    // The controller's reading of one section: present when the document has it, its
-    // members in the document's order, unknown names skipped.
+    // The controller's reading of one section, with what it sends and what it skips.
     void readSection(const char* section, SentList& out) {
-        if (!mDocument.hasMember(section))
+        // The stand-in facility's conversion, without its log line.
+        const JsonSection reading =
+            readJsonSection(mDocument, section, [](const QvncamJSONData& v) {
+                int number = 0;
+                v.toInt32(&number);
+                return number;
+            });
+        out.present = reading.present;
+        if (!reading.present)
             return;
-        out.present = true;
-        const QvncamJSONData& value = mDocument[section];
         const Json::Value& written = mSource.root()[section];
-        if (!value.isObject()) {
+        if (!reading.object) {
             add(mSource.lineOf(written), shownName(section) + " must be an object, not " +
                                              describe(written) +
                                              " (the controller sends an empty list for it)");
@@ -109,22 +120,12 @@ class ConfigReader {
             return;
         }
         checkDuplicates(written, shownName(section));
-        const auto& vocabulary = Vocabulary::instance();
-        size_t skipped = 0;
-        for (const QvncamJSONData* it = value.begin(); it != value.end(); ++it) {
-            int number = 0;
-            it->toInt32(&number);
-            if (const Resource* resource = vocabulary.byName(it->key())) {
-                out.pairs.push_back(resource->id);
-                out.pairs.push_back(number);
-            } else {
-                ++skipped;
-            }
-        }
+        out.pairs = reading.cmds();
+        const size_t skipped = reading.members.size() - out.pairs.size() / 2;
         if (skipped != 0)
             out.note =
                 std::to_string(skipped) + " unknown name" + (skipped == 1 ? "" : "s") + " skipped";
-        lintSection(section, value, written);
+        lintSection(section, mDocument[section], written);
     }
 
     void lintSection(const std::string& section, const QvncamJSONData& value,
