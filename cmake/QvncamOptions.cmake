@@ -1,6 +1,9 @@
-# Warnings are errors in our own code.
+# Warnings are errors in our own code. With clang, so is every access to data that its
+# lock's annotations (QVNCAM_GUARDED_BY and kin) say must be locked.
 function(qvncam_warnings target)
-  target_compile_options(${target} PRIVATE -Wall -Wextra -Werror)
+  target_compile_options(${target} PRIVATE -Wall -Wextra -Werror
+    $<$<COMPILE_LANG_AND_ID:CXX,Clang,AppleClang>:-Wthread-safety>
+    $<$<COMPILE_LANG_AND_ID:C,Clang,AppleClang>:-Wthread-safety>)
 endfunction()
 
 if(QVNCAM_SANITIZE STREQUAL "address")
