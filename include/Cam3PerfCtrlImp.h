@@ -7,7 +7,6 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -15,6 +14,7 @@
 #include "JsonCmdSet.h"
 #include "PerfCtrlCustom.h"
 #include "QvncamExport.h"
+#include "QvncamThreadAnnotations.h"
 
 class QvncamJSONConvertor;
 class QvncamJSONData;
@@ -73,9 +73,9 @@ class QVNCAM_EXPORT Cam3PerfCtrlImp : public Cam3PerfCtrl {
     std::unique_ptr<QvncamJSONConvertor> mpJsonConvertor;
     // Two cameras may be opened at once, and a dump may read the record from another
     // thread: the JSON switch and record are read and written under this lock.
-    std::mutex mJsonLock;
-    bool mbEnableJson = false;
-    JsonCmdSet mJsonCmdSet;
+    qvncam::Mutex mJsonLock;
+    bool mbEnableJson QVNCAM_GUARDED_BY(mJsonLock) = false;
+    JsonCmdSet mJsonCmdSet QVNCAM_GUARDED_BY(mJsonLock);
     // Written at configure-stream time, read by thread placement on other threads.
     std::atomic<int32_t> miCPUAffyScene{0};
 };

@@ -3,13 +3,13 @@
 #include <atomic>
 #include <chrono>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <unordered_map>
 #include <vector>
 
 #include "PerfOperator.h"
 #include "QvncamExport.h"
+#include "QvncamThreadAnnotations.h"
 
 namespace NSCam {
 namespace NSCamFeature {
@@ -60,7 +60,9 @@ class QVNCAM_EXPORT PerfOperatorImp : public PerfOperator {
     std::string mUserName;
 
     // For the dump of live operators: the last list sent, how often it was re-issued, and
-    // this operator's place in the registry (LiveOperators).
+    // this operator's place in the registry (LiveOperators). The dump reads these and the
+    // fields above under the lock of the operator's shard; once listed, the operator changes
+    // them only under that lock (LiveOperators::Guard).
     bool mReleased = false;
     int mReissues = 0;
     std::vector<int> mCmds;
@@ -104,8 +106,8 @@ class QVNCAM_EXPORT InflightOperatorHolderImp : public InflightOperatorHolder {
   private:
     bool _exit();
 
-    std::mutex mLock;
-    std::unordered_map<int, std::shared_ptr<PerfOperator>> mOperators;
+    qvncam::Mutex mLock;
+    std::unordered_map<int, std::shared_ptr<PerfOperator>> mOperators QVNCAM_GUARDED_BY(mLock);
 };
 
 }  // namespace NSCamPerfCtrl

@@ -31,7 +31,10 @@ class Cam3PerfCtrlImpTestPeer {
         c.__initCPUAffy(config, out);
     }
     // The record only grows by design; a fuzzer running millions of inputs must not.
-    static void forgetJson(Cam3PerfCtrlImp& c) { c.mJsonCmdSet = JsonCmdSet(); }
+    static void forgetJson(Cam3PerfCtrlImp& c) {
+        qvncam::MutexLock lock(c.mJsonLock);
+        c.mJsonCmdSet = JsonCmdSet();
+    }
 };
 
 }  // namespace NSCamPerfCtrl

@@ -24,7 +24,7 @@ std::shared_ptr<PerfOperatorHolder> Cam3PerfCtrlImp::enterPerfCtrl_ConfigureStre
 
     bool fromJson = false;
     {
-        std::lock_guard<std::mutex> lock(mJsonLock);
+        qvncam::MutexLock lock(mJsonLock);
         fromJson = mJsonCmdSet.configCamExist;
         if (fromJson) {
             cmds = mJsonCmdSet.configCamCmds;

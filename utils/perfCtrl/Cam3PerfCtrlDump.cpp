@@ -1,8 +1,7 @@
-#include <mutex>
-
 #include "Cam3PerfCtrlImp.h"
 #include "NeverDestroyed.h"
 #include "PerfCtrlDump.h"
+#include "QvncamThreadAnnotations.h"
 
 namespace NSCam {
 namespace NSCamFeature {
@@ -13,23 +12,23 @@ namespace {
 // The mutex guards the pointer, and the controller's life while a dump copies from it: the
 // destructor waits for a copy in progress.
 struct DumpAnchor {
-    std::mutex mutex;
-    Cam3PerfCtrlImp* ctrl = nullptr;
-    bool destroyed = false;
+    qvncam::Mutex mutex;
+    Cam3PerfCtrlImp* ctrl QVNCAM_GUARDED_BY(mutex) = nullptr;
+    bool destroyed QVNCAM_GUARDED_BY(mutex) = false;
 };
 NeverDestroyed<DumpAnchor> gAnchor;
 
 }  // namespace
 
 void publishControllerForDump(Cam3PerfCtrlImp* ctrl) {
-    std::lock_guard<std::mutex> lock(gAnchor.value.mutex);
+    qvncam::MutexLock lock(gAnchor.value.mutex);
     gAnchor.value.destroyed = gAnchor.value.ctrl != nullptr && ctrl == nullptr;
     gAnchor.value.ctrl = ctrl;
 }
 
 ControllerDumpState copyControllerDumpState() {
     ControllerDumpState out;
-    std::lock_guard<std::mutex> lock(gAnchor.value.mutex);
+    qvncam::MutexLock lock(gAnchor.value.mutex);
     if (gAnchor.value.ctrl != nullptr) {
         gAnchor.value.ctrl->copyDumpState(out);
     } else if (gAnchor.value.destroyed) {
@@ -46,7 +45,7 @@ void Cam3PerfCtrlImp::copyDumpState(ControllerDumpState& out) {
     out.queryCpuEntry = mfnQueryAppropriateCPU != nullptr;
     out.affinityScene = miCPUAffyScene.load(std::memory_order_relaxed);
     out.logLevel = miLogLevel.load(std::memory_order_relaxed);
-    std::lock_guard<std::mutex> lock(mJsonLock);
+    qvncam::MutexLock lock(mJsonLock);
     out.jsonOn = mbEnableJson;
     out.enterCamExist = mJsonCmdSet.enterCamExist;
     out.enterCamInts = mJsonCmdSet.enterCamCmds.size();

@@ -27,7 +27,7 @@ std::shared_ptr<PerfOperatorHolder> Cam3PerfCtrlImp::enterPerfCtrl_EnterCamera(i
                                         PerfCtrlProperties::kLogLevel.defaultValue),
                      std::memory_order_relaxed);
     {
-        std::lock_guard<std::mutex> lock(mJsonLock);
+        qvncam::MutexLock lock(mJsonLock);
         mbEnableJson = property_get_int32(PerfCtrlProperties::kEnableJson.name,
                                           PerfCtrlProperties::kEnableJson.defaultValue) != 0;
         if (mbEnableJson) {
@@ -102,7 +102,7 @@ std::shared_ptr<PerfOperator> Cam3PerfCtrlImp::__enterCamCustom() {
     const char* user = "enterCam";
     bool fromJson = false;
     {
-        std::lock_guard<std::mutex> lock(mJsonLock);
+        qvncam::MutexLock lock(mJsonLock);
         fromJson = mJsonCmdSet.enterCamExist;
         if (fromJson) {
             cmds = mJsonCmdSet.enterCamCmds;

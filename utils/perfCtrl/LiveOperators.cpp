@@ -26,10 +26,12 @@ constexpr unsigned kShards = 16;
 // would still bounce between two threads.
 constexpr size_t kShardSpacing = 128;
 
+// The mutex also guards the links (mLivePrev, mLiveNext) of the operators in the list, and
+// the fields that Guard covers.
 struct alignas(kShardSpacing) Shard {
-    std::mutex mutex;
-    PerfOperatorImp* head = nullptr;
-    PerfOperatorImp* tail = nullptr;
+    qvncam::Mutex mutex;
+    PerfOperatorImp* head QVNCAM_GUARDED_BY(mutex) = nullptr;
+    PerfOperatorImp* tail QVNCAM_GUARDED_BY(mutex) = nullptr;
 };
 
 struct ShardTable {
@@ -53,7 +55,7 @@ constexpr size_t kUserPrefix = sizeof(kOperatorNamePrefix) - 1;
 void LiveOperators::add(PerfOperatorImp& op) {
     const unsigned index = shardOfThisThread();
     Shard& shard = gTable.value.shards[index];
-    std::lock_guard<std::mutex> lock(shard.mutex);
+    qvncam::MutexLock lock(shard.mutex);
     op.mLiveShard = static_cast<int>(index);
     op.mLivePrev = shard.tail;
     op.mLiveNext = nullptr;
@@ -66,7 +68,7 @@ void LiveOperators::remove(PerfOperatorImp& op) {
         return;
     }
     Shard& shard = gTable.value.shards[op.mLiveShard];
-    std::lock_guard<std::mutex> lock(shard.mutex);
+    qvncam::MutexLock lock(shard.mutex);
     (op.mLivePrev != nullptr ? op.mLivePrev->mLiveNext : shard.head) = op.mLiveNext;
     (op.mLiveNext != nullptr ? op.mLiveNext->mLivePrev : shard.tail) = op.mLivePrev;
     op.mLivePrev = op.mLiveNext = nullptr;
@@ -76,7 +78,7 @@ void LiveOperators::remove(PerfOperatorImp& op) {
 std::vector<LiveOperatorInfo> LiveOperators::snapshot() {
     std::vector<LiveOperatorInfo> out;
     for (Shard& shard : gTable.value.shards) {
-        std::lock_guard<std::mutex> lock(shard.mutex);
+        qvncam::MutexLock lock(shard.mutex);
         for (const PerfOperatorImp* op = shard.head; op != nullptr; op = op->mLiveNext) {
             LiveOperatorInfo info;
             info.user = op->mUserName.substr(std::min(kUserPrefix, op->mUserName.size()));

@@ -5,18 +5,18 @@
 #include <dlfcn.h>
 
 #include <atomic>
-#include <mutex>
 
 #include "CamLog.h"
 #include "PerfCtrlProperties.h"
 #include "PowerResourceIds.h"
+#include "QvncamThreadAnnotations.h"
 #include "qvncam/platform/Properties.h"
 
 namespace NSCam {
 namespace NSCamFeature {
 namespace NSCamPerfCtrl {
 
-std::mutex gHelperMutex;
+qvncam::Mutex gHelperMutex;
 
 namespace {
 
@@ -30,17 +30,17 @@ constexpr int kDramQosMmModeCamera = 33330001;
 // gPerfClientMutex: a failing thread closes only the handle it saw opened, and no thread
 // looks an entry up in a handle another has closed. Once both entries are resolved they
 // never change again, so callers read them without the lock.
-std::mutex gPerfClientMutex;
-void* gPerfClientHandle = nullptr;
+qvncam::Mutex gPerfClientMutex;
+void* gPerfClientHandle QVNCAM_GUARDED_BY(gPerfClientMutex) = nullptr;
 std::atomic<PerfOperatorImp::LockAcqFn> gPerfLockAcqFn{nullptr};
 std::atomic<PerfOperatorImp::LockRelFn> gPerfLockRelFn{nullptr};
 
-// Customisation library, guarded by gHelperMutex.
-void* gCustomLibHandle = nullptr;
-CustomEnterCameraFn gCustomEnterCameraFn = nullptr;
-CustomConfigTimeFn gCustomConfigTimeFn = nullptr;
-CustomRuntimeFn gCustomRuntimeFn = nullptr;
-QueryAppropriateCPUFn gCustomQueryCpuFn = nullptr;
+// Customisation library.
+void* gCustomLibHandle QVNCAM_GUARDED_BY(gHelperMutex) = nullptr;
+CustomEnterCameraFn gCustomEnterCameraFn QVNCAM_GUARDED_BY(gHelperMutex) = nullptr;
+CustomConfigTimeFn gCustomConfigTimeFn QVNCAM_GUARDED_BY(gHelperMutex) = nullptr;
+CustomRuntimeFn gCustomRuntimeFn QVNCAM_GUARDED_BY(gHelperMutex) = nullptr;
+QueryAppropriateCPUFn gCustomQueryCpuFn QVNCAM_GUARDED_BY(gHelperMutex) = nullptr;
 
 constexpr auto kRelaxed = std::memory_order_relaxed;
 
@@ -52,7 +52,8 @@ Fn lookup(void* handle, const char* symbol) {
 // Looks a customisation entry up once, under gHelperMutex: a fresh look-up writes its result
 // (possibly null) to `out`; an entry already cached leaves `out` as the caller had it.
 template <typename Fn>
-void resolveCustomEntry(Fn& cached, const char* symbol, const char* what, Fn& out) {
+void resolveCustomEntry(Fn& cached, const char* symbol, const char* what, Fn& out)
+    QVNCAM_REQUIRES(gHelperMutex) {
     if (cached != nullptr) {
         return;
     }
@@ -74,7 +75,7 @@ bool PerfCtrlHelper::loadPowerHalAPI(PerfOperatorImp::LockAcqFn& lockAcq,
         lockRel = rel;
         return true;
     }
-    std::lock_guard<std::mutex> lock(gPerfClientMutex);
+    qvncam::MutexLock lock(gPerfClientMutex);
     if (gPerfClientHandle == nullptr) {
         gPerfClientHandle = dlopen(kPowerClientLibrary, RTLD_NOW);
         if (gPerfClientHandle == nullptr) {
@@ -113,7 +114,7 @@ void PerfCtrlHelper::loadCustomPerfFunctions(CustomEnterCameraFn& enterCam,
                                              CustomConfigTimeFn& configTime,
                                              CustomRuntimeFn& runtime,
                                              QueryAppropriateCPUFn& queryCpu) {
-    std::lock_guard<std::mutex> lock(gHelperMutex);
+    qvncam::MutexLock lock(gHelperMutex);
 
     if (gCustomLibHandle == nullptr) {
         gCustomLibHandle = dlopen(kCustomLibrary, RTLD_NOW);

@@ -45,7 +45,7 @@ InflightOperatorHolderImp::~InflightOperatorHolderImp() {
 }
 
 bool InflightOperatorHolderImp::insert(int requestNo, std::shared_ptr<PerfOperator> op) {
-    std::lock_guard<std::mutex> lock(mLock);
+    qvncam::MutexLock lock(mLock);
     // The old operator of this request goes (and releases its lock) before the new one is stored.
     mOperators.erase(requestNo);
     mOperators.emplace(requestNo, std::shared_ptr<PerfOperator>()).first->second = std::move(op);
@@ -53,7 +53,7 @@ bool InflightOperatorHolderImp::insert(int requestNo, std::shared_ptr<PerfOperat
 }
 
 bool InflightOperatorHolderImp::notifyRequestDone(int requestNo) {
-    std::lock_guard<std::mutex> lock(mLock);
+    qvncam::MutexLock lock(mLock);
     mOperators.erase(requestNo);
     return true;
 }
@@ -63,7 +63,7 @@ bool InflightOperatorHolderImp::exit() {
 }
 
 bool InflightOperatorHolderImp::_exit() {
-    std::lock_guard<std::mutex> lock(mLock);
+    qvncam::MutexLock lock(mLock);
     mOperators.clear();
     return true;
 }
