@@ -3,7 +3,8 @@
 // The test hook of the platform seam, the same on every back end: property overrides
 // that every property read sees before the platform's own properties, and a sink that
 // receives each line sent to the Android log. In-process only; nothing outside the
-// library's own tests sets them.
+// library's own tests sets them. The libraries a device ships carry none of it
+// (android/NoTestHook.cpp): only the back ends' side, answering that nothing is set.
 
 #include <cstdint>
 #include <functional>
