@@ -16,7 +16,7 @@ C2PSInitRecord& c2psInitRecord() {
 
 void observeC2PSInit(const C2PSInitParams& params) {
     C2PSInitRecord& last = c2psInitRecord();
-    std::lock_guard<std::mutex> lock(last.mutex);
+    MutexLock lock(last.mutex);
     // Byte for byte, padding included, so that callers can check the whole layout.
     std::memcpy(&last.params, &params, sizeof(params));
     last.received = true;

@@ -12,10 +12,10 @@
 #include <climits>
 #include <condition_variable>
 #include <map>
-#include <mutex>
 #include <thread>
 
 #include "qvncam/platform/Clock.h"
+#include "qvncam/platform/ThreadAnnotations.h"
 #include "qvncam/platform/VirtualClock.h"
 
 namespace qvncam {
@@ -33,11 +33,12 @@ struct Waits {
         int64_t deadlineUs;
         State state;
     };
-    std::mutex mutex;
+    Mutex mutex;
     std::condition_variable changed;
-    std::map<uint64_t, Waiter> byTicket;  // tickets count up: ties go to the older wait
-    uint64_t nextTicket = 1;
-    std::mutex advancing;  // one advance at a time
+    // Tickets count up: ties go to the older wait.
+    std::map<uint64_t, Waiter> byTicket QVNCAM_GUARDED_BY(mutex);
+    uint64_t nextTicket QVNCAM_GUARDED_BY(mutex) = 1;
+    Mutex advancing;  // one advance at a time; taken before `mutex`
 };
 
 // Never destroyed: detached timer threads may still wait while the process exits.
@@ -65,7 +66,7 @@ ClockWait::ClockWait(int ms) : mMs(ms), mTicket(0) {
         return;
     }
     Waits& w = waits();
-    std::lock_guard<std::mutex> lock(w.mutex);
+    MutexLock lock(w.mutex);
     const int64_t now = gVirtualNow.load(std::memory_order_relaxed);
     if (now != kSystemClock) {
         mTicket = w.nextTicket++;
@@ -82,7 +83,7 @@ ClockWait::~ClockWait() {
         return;
     }
     Waits& w = waits();
-    std::lock_guard<std::mutex> lock(w.mutex);
+    MutexLock lock(w.mutex);
     w.byTicket.erase(mTicket);
     w.changed.notify_all();
 }
@@ -95,8 +96,8 @@ void ClockWait::wait() {
         return;
     }
     Waits& w = waits();
-    std::unique_lock<std::mutex> lock(w.mutex);
-    w.changed.wait(lock, [&] {
+    CondLock lock(w.mutex);
+    w.changed.wait(lock.forWait(), [&]() QVNCAM_REQUIRES(w.mutex) {
         auto it = w.byTicket.find(mTicket);
         return it == w.byTicket.end() || it->second.state == Waits::State::Due;
     });
@@ -108,13 +109,13 @@ namespace host {
 
 void useVirtualClock(int64_t startUs) {
     Waits& w = waits();
-    std::lock_guard<std::mutex> lock(w.mutex);
+    MutexLock lock(w.mutex);
     gVirtualNow.store(startUs == kSystemClock ? startUs + 1 : startUs, std::memory_order_release);
 }
 
 void useSystemClock() {
     Waits& w = waits();
-    std::lock_guard<std::mutex> lock(w.mutex);
+    MutexLock lock(w.mutex);
     gVirtualNow.store(kSystemClock, std::memory_order_release);
     for (auto& entry : w.byTicket) {
         entry.second.state = Waits::State::Due;
@@ -128,8 +129,8 @@ bool virtualClockInUse() {
 
 void advanceClockTo(int64_t us) {
     Waits& w = waits();
-    std::lock_guard<std::mutex> oneAtATime(w.advancing);
-    std::unique_lock<std::mutex> lock(w.mutex);
+    MutexLock oneAtATime(w.advancing);
+    platform::CondLock lock(w.mutex);
     for (;;) {
         const int64_t now = gVirtualNow.load(std::memory_order_relaxed);
         if (now == kSystemClock) {
@@ -157,7 +158,7 @@ void advanceClockTo(int64_t us) {
         w.changed.notify_all();
         // The woken thread finishes its work before the clock moves on, so that what
         // timers do happens in the order of their deadlines.
-        w.changed.wait(lock, [&] {
+        w.changed.wait(lock.forWait(), [&]() QVNCAM_REQUIRES(w.mutex) {
             return w.byTicket.count(ticket) == 0 ||
                    gVirtualNow.load(std::memory_order_relaxed) == kSystemClock;
         });
@@ -170,7 +171,7 @@ void advanceClockBy(int64_t us) {
 
 size_t pendingClockWaits() {
     Waits& w = waits();
-    std::lock_guard<std::mutex> lock(w.mutex);
+    MutexLock lock(w.mutex);
     size_t pending = 0;
     for (const auto& entry : w.byTicket) {
         pending += entry.second.state == Waits::State::Pending ? 1 : 0;

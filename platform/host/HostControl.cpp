@@ -4,7 +4,6 @@
 #include "qvncam/platform/HostControl.h"
 
 #include <cstring>
-#include <mutex>
 
 #include "qvncam/platform/C2PSRecord.h"
 #include "ulog/ULoggerState.h"
@@ -19,7 +18,7 @@ void reloadULogger() {
 
 bool lastC2PSInit(C2PSInitParams* out) {
     platform::C2PSInitRecord& last = platform::c2psInitRecord();
-    std::lock_guard<std::mutex> lock(last.mutex);
+    MutexLock lock(last.mutex);
     if (last.received && out != nullptr)
         std::memcpy(out, &last.params, sizeof(*out));
     return last.received;
@@ -27,7 +26,7 @@ bool lastC2PSInit(C2PSInitParams* out) {
 
 void resetC2PSInit() {
     platform::C2PSInitRecord& last = platform::c2psInitRecord();
-    std::lock_guard<std::mutex> lock(last.mutex);
+    MutexLock lock(last.mutex);
     last.received = false;
     std::memset(&last.params, 0, sizeof(last.params));
 }

@@ -9,8 +9,6 @@
 #include <cstdlib>
 #include <functional>
 #include <map>
-#include <mutex>
-#include <shared_mutex>
 #include <string>
 #include <string_view>
 
@@ -20,6 +18,7 @@
 #include "qvncam/platform/PropertyValue.h"
 #include "qvncam/platform/ReadFile.h"
 #include "qvncam/platform/TestHook.h"
+#include "qvncam/platform/ThreadAnnotations.h"
 
 namespace qvncam {
 namespace platform {
@@ -107,8 +106,8 @@ struct Snapshot {
 };
 
 struct Store {
-    std::shared_mutex mutex;
-    Snapshot file;
+    SharedMutex mutex;
+    Snapshot file QVNCAM_GUARDED_BY(mutex);
 };
 
 // Never destroyed: properties are read from destructors at process exit.
@@ -122,7 +121,8 @@ const char* propertyFilePath() {
     return path != nullptr && path[0] != '\0' ? path : nullptr;
 }
 
-const std::string* findLocked(const Store& s, std::string_view key) {
+const std::string* findLocked(const Store& s, std::string_view key)
+    QVNCAM_REQUIRES_SHARED(s.mutex) {
     if (!s.file.loaded)
         return nullptr;
     auto f = s.file.values.find(key);
@@ -140,8 +140,7 @@ bool withValue(const char* key, Fn&& fn) {
         return true;
     }
     Store& s = store();
-    // Called with the lock held.
-    auto answer = [&] {
+    auto answer = [&]() QVNCAM_REQUIRES_SHARED(s.mutex) {
         const std::string* v = findLocked(s, key);
         if (v != nullptr)
             fn(*v);
@@ -149,18 +148,18 @@ bool withValue(const char* key, Fn&& fn) {
     };
     const char* path = propertyFilePath();
     {
-        std::shared_lock<std::shared_mutex> lock(s.mutex);
+        ReaderLock lock(s.mutex);
         if (s.file.stillCurrent(path))
             return answer();
     }
     struct stat st {};
     bool present = path != nullptr && ::stat(path, &st) == 0;
     {
-        std::shared_lock<std::shared_mutex> lock(s.mutex);
+        ReaderLock lock(s.mutex);
         if (present ? s.file.matches(path, st) : !s.file.loaded)
             return answer();
     }
-    std::unique_lock<std::shared_mutex> lock(s.mutex);
+    WriterLock lock(s.mutex);
     if (!present) {
         s.file.unload();
     } else if (!s.file.matches(path, st)) {

@@ -2,17 +2,16 @@
 
 // The last record C2PSMachine::init received, kept for the host controls.
 
-#include <mutex>
-
 #include "C2PSMachine.h"
+#include "qvncam/platform/ThreadAnnotations.h"
 
 namespace qvncam {
 namespace platform {
 
 struct C2PSInitRecord {
-    std::mutex mutex;
-    bool received = false;
-    C2PSInitParams params{};  // zero-initialised, padding included
+    Mutex mutex;
+    bool received QVNCAM_GUARDED_BY(mutex) = false;
+    C2PSInitParams params QVNCAM_GUARDED_BY(mutex){};  // zero-initialised, padding included
 };
 
 // Never destroyed: init may run from another object's destructor at exit.
