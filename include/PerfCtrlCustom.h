@@ -43,6 +43,13 @@ using QueryAppropriateCPUFn = int (*)(const char* threadName, int scene);
 }  // namespace NSCam
 
 // The entry points a customisation library may define (with these exact names).
+// customizeEnterCameraPerf, customizeConfigTimeCPUCtrl and customizeRuntimeCPUCtrl are used
+// together or not at all: without one of them, none is called. Each returns true to have the
+// resources named in `cmds` (names of PerfCtrlHelper::StringToPowerEnumMap; other names are
+// ignored, but for the C2PS_* and CAM_CPU_AFFY_SCENE keys read at configure-stream) held for
+// `timeout` ms (0 = until ended). False means no custom lock at enter-camera and per request,
+// and a lock on an empty list at configure-stream. queryAppropriateCPU returns a mask of
+// CPUs 0..7 (1..255), or -1 for no placement.
 extern "C" {
 bool customizeEnterCameraPerf(const NSCam::NSCamFeature::NSCamPerfCtrl::CustomParams& params,
                               NSCam::NSCamFeature::NSCamPerfCtrl::CustomOutCmds& cmds,

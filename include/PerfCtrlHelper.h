@@ -29,18 +29,25 @@ class PerfCtrlHelper {
     // Boost level -> command list, built at library load.
     QVNCAM_EXPORT static const std::unordered_map<int, std::vector<int>> BoostComdTable;
 
-    // Opens the power-service client and resolves its two lock entries; after a failure
-    // the next call starts over. Any thread; concurrent first calls load once.
+    // Opens the power-service client and resolves its two lock entries into the outputs:
+    // true. False, leaving the outputs alone, when the library or an entry is missing; a
+    // library opened is then closed, and the next call starts over. Any thread; concurrent
+    // first calls load once.
     QVNCAM_EXPORT static bool loadPowerHalAPI(PerfOperatorImp::LockAcqFn& lockAcq,
                                               PerfOperatorImp::LockRelFn& lockRel);
 
-    // Resolves the customisation library's entries into the four outputs. Any thread.
+    // Resolves the customisation library's entries into the four outputs. Each entry not
+    // found by an earlier call is looked up and written, null if missing; one found earlier
+    // is not written again. If enterCam, configTime or runtime is null afterwards, all three
+    // are made null: they are used together or not at all. Without the library nothing is
+    // written. Errors are logged. Any thread.
     QVNCAM_EXPORT static void loadCustomPerfFunctions(CustomEnterCameraFn& enterCam,
                                                       CustomConfigTimeFn& configTime,
                                                       CustomRuntimeFn& runtime,
                                                       QueryAppropriateCPUFn& queryCpu);
 
-    // Appends the platform-dependent enter-camera settings to `cmds`.
+    // Appends the platform-dependent enter-camera settings to `cmds`, as the
+    // vendor.cam3dev.* properties read now select them.
     QVNCAM_EXPORT static void prepareEnterCameraPlatSettings(std::vector<int>& cmds);
 };
 

@@ -22,7 +22,9 @@ class QVNCAM_EXPORT PerfOperatorImp : public PerfOperator {
     // Start times and expiry: the system clock, in microseconds.
     using TimePoint = std::chrono::time_point<std::chrono::system_clock, std::chrono::microseconds>;
 
-    // Acquires the lock at once; `user` may be null.
+    // Asks the power service for a lock on `cmds` (resource id, value pairs) for `timeout` ms
+    // at once, loading its client first if needed. Without the client or the service's
+    // grant it logs an error and stays not alive. `user` (may be null) names it in traces.
     PerfOperatorImp(std::vector<int> cmds, int timeout, const char* user);
     ~PerfOperatorImp() override;
 
@@ -31,16 +33,17 @@ class QVNCAM_EXPORT PerfOperatorImp : public PerfOperator {
     bool detach() override;
     int getTimeoutInMilli() override;
 
-    // Re-issues the held lock with a further command list. Not beside any other call on the
-    // same operator (isAlive() included).
+    // Re-issues the lock with a further command list and the same duration and start. False
+    // when the client is not loaded or the service answers 0 (the operator is then not
+    // alive). Not beside any other call on the same operator (isAlive() included).
     bool perform_extra(std::vector<int> cmds);
-    // Debug listing of a command list by resource name.
+    // Debug listing of a command list by resource name; nothing at log level 0.
     void printCmds(std::vector<int>& cmds);
     // Body of the detached thread that closes the trace slice when the duration runs out.
     static void traceTimeoutCb(int cookie, int timeout, std::string user);
 
-    // Power-service client entries, filled lazily by the first operator that needs them.
-    // Atomic so that concurrent first use is not a data race.
+    // Power-service client entries, null until the first operator that needs them loads
+    // them. Atomic so that concurrent first use is not a data race.
     static std::atomic<LockAcqFn> mfnLockAcq;
     static std::atomic<LockRelFn> mfnLockRel;
     // Trace cookie generator.
@@ -78,7 +81,9 @@ class QVNCAM_EXPORT PerfOperatorHolderImp : public PerfOperatorHolder {
     PerfOperatorHolderImp(const PerfOperatorHolderImp&) = delete;
     PerfOperatorHolderImp& operator=(const PerfOperatorHolderImp&) = delete;
 
+    // Appends `op`; always true.
     bool push_back(std::shared_ptr<PerfOperator> op);
+    // Makes `op` the custom operator, dropping the previous one; always true.
     bool setCustomHolder(std::shared_ptr<PerfOperator> op);
     std::shared_ptr<PerfOperator> getPerfOperator() override;
     bool exit() override;
@@ -97,8 +102,8 @@ class QVNCAM_EXPORT InflightOperatorHolderImp : public InflightOperatorHolder {
     InflightOperatorHolderImp(const InflightOperatorHolderImp&) = delete;
     InflightOperatorHolderImp& operator=(const InflightOperatorHolderImp&) = delete;
 
-    // Replaces, under the lock, any operator already held for `requestNo`. May overlap
-    // notifyRequestDone() and exit() on other threads.
+    // Holds `op` for `requestNo`, dropping any operator held for it first. Always true. May
+    // overlap notifyRequestDone() and exit() on other threads.
     bool insert(int requestNo, std::shared_ptr<PerfOperator> op);
     bool notifyRequestDone(int requestNo) override;
     bool exit() override;
