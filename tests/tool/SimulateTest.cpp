@@ -248,3 +248,37 @@ TEST(Simulate, WarnsOfIntegerPropertiesADeviceReadsByTheirPrefix) {
 }
 
 }  // namespace
+
+// A NUL would cut a name where the controller or the kernel reads it: refused, and every
+// message and line of text shows control characters escaped.
+TEST(Simulate, NulsInNamesAreRefusedAndControlCharactersShownEscaped) {
+    // clang-format off
+    const std::pair<std::string, std::string> refused[] = {
+        {R"({"properties": {"vendor.cam3perfctrl.log\u0000junk": 1}, "steps": [{"op": "wait"}]})",
+         R"(session: property name "vendor.cam3perfctrl.log\u0000junk" holds a NUL character)"},
+        {R"({"steps": [{"op": "prop", "name": "a\u0000b", "value": "1"}]})",
+         R"(prop: property name "a\u0000b" holds a NUL character)"},
+        {R"({"steps": [{"op": "prop", "name": "a", "value": "1\u0000"}]})",
+         R"(the value of property "a" holds a NUL character)"},
+        {R"({"steps": [{"op": "open\u0000junk"}]})", R"(:1: open\u0000junk: unknown op)"},
+        {R"({"steps": [{"op": "affinity", "thread": "Cam\u0000X"}]})",
+         R"(affinity: thread name "Cam\u0000X" holds a NUL character)"}};
+    // clang-format on
+    for (const auto& [script, message] : refused) {
+        const ToolRun run = runTool({"simulate", tempPath("nul.json", script.c_str())});
+        EXPECT_EQ(run.status, 2) << script;
+        EXPECT_THAT(run.err, HasSubstr(message)) << run.err;
+    }
+    const ToolRun prop = runTool({"simulate", EXAMPLES_DIR "/sessions/preview.json", "--prop",
+                                  "vendor.cam3perfctrl.log\n=1"});
+    EXPECT_EQ(prop.status, 2);
+    EXPECT_THAT(prop.err, HasSubstr("--prop property names cannot be empty or hold"));
+
+    const ToolRun run = runTool({"simulate", tempPath("esc.json", R"({
+        "description": "\u001b[2J\u009b31m", "steps": [{"op": "affinity", "thread": "\u001b]0;x\u0007"}]})")});
+    ASSERT_EQ(run.status, 0) << run.err;
+    EXPECT_EQ(run.out.find_first_of("\x1b\x07"), std::string::npos) << run.out;
+    EXPECT_EQ(run.out.find("\xc2\x9b"), std::string::npos);
+    EXPECT_THAT(run.out, HasSubstr("  \\u001b[2J\\u009b31m\n"));
+    EXPECT_THAT(run.out, HasSubstr("affinity for thread \\u001b]0;x\\u0007  [line 2]"));
+}

@@ -12,6 +12,7 @@
 #include "config/ConfigReading.h"
 #include "config/Vocabulary.h"
 #include "script/JsonSource.h"
+#include "script/ShownText.h"
 
 namespace qvnperfctl {
 namespace {
@@ -55,10 +56,11 @@ void printList(const char* label, const SentList& list) {
 
 // The controller's reading of one loaded file: its problems, then with --show the lists
 // it sends.
-int reportReading(const std::string& path, const JsonSource& source, bool show) {
+int reportReading(const std::string& file, const JsonSource& source, bool show) {
+    const std::string path = shownText(file);
     const ConfigReading reading = readConfiguration(source);
     for (const auto& p : reading.problems)
-        std::printf("%s:%d: %s\n", path.c_str(), p.line, p.message.c_str());
+        std::printf("%s:%d: %s\n", path.c_str(), p.line, shownText(p.message).c_str());
     if (reading.problems.empty()) {
         std::printf("%s: ok\n", path.c_str());
     } else {
@@ -75,22 +77,24 @@ int reportReading(const std::string& path, const JsonSource& source, bool show) 
 }
 
 // One file's own exit status.
-int checkFile(const std::string& path, bool show) {
+int checkFile(const std::string& file, bool show) {
     JsonSource source;
-    switch (source.load(path)) {
+    const std::string path = shownText(file);
+    switch (source.load(file)) {
         case JsonSource::Status::IoError:
-            std::fprintf(stderr, "qvnperfctl check-config: %s\n", source.error().c_str());
+            std::fprintf(stderr, "qvnperfctl check-config: %s\n",
+                         shownText(source.error()).c_str());
             return kExitUsage;
         case JsonSource::Status::TooLarge:
             std::printf("%s:1: not loaded by the controller: %s\n", path.c_str(),
-                        source.error().c_str());
+                        shownText(source.error()).c_str());
             break;
         case JsonSource::Status::ParseError:
             std::printf("%s:%d: not loaded by the controller: %s\n", path.c_str(),
-                        source.errorLine(), source.error().c_str());
+                        source.errorLine(), shownText(source.error()).c_str());
             break;
         case JsonSource::Status::Ok:
-            return reportReading(path, source, show);
+            return reportReading(file, source, show);
     }
     if (show)
         std::printf("%s: the controller does not load it and sends no list from it\n",

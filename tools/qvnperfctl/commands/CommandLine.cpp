@@ -5,6 +5,7 @@
 #include <cstdio>
 
 #include "commands/ExitCodes.h"
+#include "script/ShownText.h"
 
 namespace qvnperfctl {
 
@@ -66,7 +67,7 @@ std::optional<std::string> parseCommandLine(const std::vector<std::string>& args
 }
 
 int usageError(const std::string& command, const std::string& message) {
-    std::fprintf(stderr, "qvnperfctl %s: %s\n", command.c_str(), message.c_str());
+    std::fprintf(stderr, "qvnperfctl %s: %s\n", command.c_str(), shownText(message).c_str());
     std::fprintf(stderr, "Try 'qvnperfctl %s --help'.\n", command.c_str());
     return kExitUsage;
 }

@@ -14,6 +14,7 @@
 #include "text/ComparisonPrinter.h"
 #include "commands/ExitCodes.h"
 #include "play/Launcher.h"
+#include "script/ShownText.h"
 #include "commands/SimulateOptions.h"
 #include "timeline/TimelineFile.h"
 
@@ -158,7 +159,7 @@ int reportSideProblems(const Side& a, const Side& b) {
             side->timeline.counters.refused > 0) {
             std::fprintf(stderr,
                          "qvnperfctl compare: side %s had problems; see qvnperfctl simulate %s\n",
-                         side->name.c_str(), joined(side->args).c_str());
+                         side->name.c_str(), shownText(joined(side->args)).c_str());
             status = kExitProblems;
         }
     }

@@ -12,6 +12,7 @@
 #include "commands/Commands.h"
 #include "commands/ExitCodes.h"
 #include "config/Vocabulary.h"
+#include "script/ShownText.h"
 #include "qvncam/platform/ParseInt.h"
 
 namespace qvnperfctl {
@@ -110,7 +111,8 @@ int runResources(const std::vector<std::string>& arguments) {
             }
         }
         if (found.empty()) {
-            std::fprintf(stderr, "qvnperfctl resources: %s: not in the vocabulary\n", arg.c_str());
+            std::fprintf(stderr, "qvnperfctl resources: %s: not in the vocabulary\n",
+                         shownText(arg).c_str());
             status = kExitProblems;
         }
         rows.insert(rows.end(), found.begin(), found.end());

@@ -15,6 +15,7 @@
 #include "script/JsonSource.h"
 #include "script/PropertyFile.h"
 #include "script/SessionScript.h"
+#include "script/ShownText.h"
 #include "svg/SessionSvg.h"
 #include "text/TimeAtValueTable.h"
 #include "text/TimelinePrinter.h"
@@ -103,6 +104,8 @@ std::optional<std::string> parseSimulateOptions(const std::vector<std::string>& 
             if (eq == std::string::npos || eq == 0)
                 return "--prop needs NAME=VALUE";
             out.props.emplace_back(value.substr(0, eq), value.substr(eq + 1));
+            if (auto bad = propertyProblem(out.props.back().first, out.props.back().second))
+                return "--prop " + *bad;
         }
     }
     if (line.operands.size() > 1)
@@ -121,18 +124,19 @@ bool loadSession(const std::string& path, Session& session) {
     switch (source.load(path)) {
         case JsonSource::Status::IoError:
         case JsonSource::Status::TooLarge:
-            std::fprintf(stderr, "qvnperfctl simulate: %s\n", source.error().c_str());
+            std::fprintf(stderr, "qvnperfctl simulate: %s\n", shownText(source.error()).c_str());
             return false;
         case JsonSource::Status::ParseError:
-            std::fprintf(stderr, "%s:%d: not valid JSON: %s\n", path.c_str(), source.errorLine(),
-                         source.error().c_str());
+            std::fprintf(stderr, "%s:%d: not valid JSON: %s\n", shownText(path).c_str(),
+                         source.errorLine(), shownText(source.error()).c_str());
             return false;
         case JsonSource::Status::Ok:
             break;
     }
     auto errors = parseSession(source, session);
     for (const auto& e : errors) {
-        std::fprintf(stderr, "%s:%d: %s\n", path.c_str(), e.line, e.message.c_str());
+        std::fprintf(stderr, "%s:%d: %s\n", shownText(path).c_str(), e.line,
+                     shownText(e.message).c_str());
     }
     return errors.empty();
 }
@@ -147,7 +151,8 @@ bool writable(const std::string& path) {
 void warnOfPropertyValues(const Session& session, const LaunchPlan& plan) {
     auto warn = [](const std::string& name, const std::string& value, int line) {
         if (auto warning = propertyValueWarning(name, value)) {
-            std::fprintf(stderr, "qvnperfctl simulate: warning: %s%s\n", warning->c_str(),
+            std::fprintf(stderr, "qvnperfctl simulate: warning: %s%s\n",
+                         shownText(*warning).c_str(),
                          line > 0 ? (" [line " + std::to_string(line) + "]").c_str() : "");
         }
     };

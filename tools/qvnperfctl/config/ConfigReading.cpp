@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <map>
 #include <set>
 #include <string>
@@ -16,6 +15,7 @@
 #include "config/Vocabulary.h"
 #include "qvncam/platform/JsonText.h"
 #include "script/JsonSource.h"
+#include "script/ShownText.h"
 
 namespace qvnperfctl {
 namespace {
@@ -181,24 +181,6 @@ class ConfigReader {
 };
 
 }  // namespace
-
-std::string shownName(const std::string& name) {
-    std::string out = "\"";
-    for (const char c : name) {
-        const auto u = static_cast<unsigned char>(c);
-        if (c == '"' || c == '\\') {
-            out += '\\';
-            out += c;
-        } else if (u < 0x20 || u == 0x7f) {
-            char buf[8];
-            std::snprintf(buf, sizeof buf, "\\u%04x", u);
-            out += buf;
-        } else {
-            out += c;
-        }
-    }
-    return out + "\"";
-}
 
 ConfigReading readConfiguration(const JsonSource& source) {
     return ConfigReader(source).run();

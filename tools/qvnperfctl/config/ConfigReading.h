@@ -38,8 +38,4 @@ inline std::vector<ConfigProblem> checkConfiguration(const JsonSource& source) {
     return readConfiguration(source).problems;
 }
 
-// A member name as a message shows it: quoted, with quotes, backslashes and control
-// characters (NUL included) escaped.
-std::string shownName(const std::string& name);
-
 }  // namespace qvnperfctl

@@ -9,6 +9,7 @@
 #include "PropertyText.h"
 #include "qvncam/platform/JsonText.h"
 #include "qvncam/platform/PropertyValue.h"
+#include "script/ShownText.h"
 
 namespace qvnperfctl {
 
@@ -49,6 +50,21 @@ bool PropertyFile::write() const {
     }
     // A new file under the old name: a new identity, seen as a change at the next read.
     return std::rename(temp.c_str(), mPath.c_str()) == 0;
+}
+
+std::optional<std::string> propertyProblem(const std::string& name, const std::string& value) {
+    // A NUL would cut the name or value where the controller reads it.
+    if (name.find('\0') != std::string::npos)
+        return "property name " + shownName(name) + " holds a NUL character";
+    if (value.find('\0') != std::string::npos)
+        return "the value of property " + shownName(name) + " holds a NUL character";
+    if (name.empty() || name.find_first_of("=\n\r# ") != std::string::npos ||
+        value.find_first_of("\n\r") != std::string::npos) {
+        return std::string(
+            "property names cannot be empty or hold '=', '#', blanks or line breaks, values "
+            "cannot hold line breaks");
+    }
+    return std::nullopt;
 }
 
 bool readAtLibraryLoad(const std::string& name) {

@@ -29,6 +29,10 @@ class PropertyFile {
     std::vector<std::pair<std::string, std::string>> mEntries;
 };
 
+// Why the properties file cannot hold NAME=VALUE (a NUL, a line break, an empty name or
+// one with '=', '#' or blanks), if it cannot.
+std::optional<std::string> propertyProblem(const std::string& name, const std::string& value);
+
 // The properties that make the controller read the JSON configuration at `path`.
 std::vector<std::pair<std::string, std::string>> configurationProperties(const std::string& path);
 

@@ -3,7 +3,9 @@
 #include <algorithm>
 
 #include "script/JsonSource.h"
+#include "script/PropertyFile.h"
 #include "script/ScriptParser.h"
+#include "script/ShownText.h"
 #include "qvncam/platform/ParseInt.h"
 
 namespace qvnperfctl {
@@ -74,20 +76,18 @@ void Fields::finish() {
     std::set<std::string> seen;
     for (const auto& member : mSource.membersAsWritten(mObject)) {
         if (!seen.insert(member.name).second) {
-            mErrors.push_back({member.line, mWhere + ": \"" + member.name + "\" given twice"});
+            mErrors.push_back(
+                {member.line, mWhere + ": " + shownName(member.name) + " given twice"});
         } else if (!mTaken.count(member.name)) {
-            mErrors.push_back({member.line, mWhere + ": unknown member \"" + member.name + "\""});
+            mErrors.push_back({member.line, mWhere + ": unknown member " + shownName(member.name)});
         }
     }
 }
 
 bool validProperty(Fields& fields, const Json::Value& at, const std::string& name,
                    const std::string& value) {
-    if (name.empty() || name.find_first_of("=\n# ") != std::string::npos ||
-        value.find('\n') != std::string::npos) {
-        fields.error(at,
-                     "property names cannot be empty or hold '=', '#', blanks or line "
-                     "breaks, values cannot hold line breaks");
+    if (auto problem = propertyProblem(name, value)) {
+        fields.error(at, *problem);
         return false;
     }
     return true;
@@ -124,7 +124,7 @@ void ScriptParser::readProperties(Fields& top, const Json::Value& props) {
         const auto& v = props[name];
         auto value = propertyText(v);
         if (!value) {
-            top.error(v, "property " + name + " must be a string, integer or boolean");
+            top.error(v, "property " + shownName(name) + " must be a string, integer or boolean");
             continue;
         }
         if (!validProperty(top, v, name, *value))

@@ -2,6 +2,7 @@
 // the steps before it did to the camera.
 
 #include "script/ScriptParser.h"
+#include "script/ShownText.h"
 
 namespace qvnperfctl {
 namespace {
@@ -252,9 +253,11 @@ StepAction ScriptParser::readBoost(Fields& f) {
 StepAction ScriptParser::readAffinity(Fields& f) {
     AffinityStep s;
     if (auto name = f.string("thread", true)) {
-        // The kernel keeps 15 bytes of a thread name.
-        if (name->empty() || name->size() > 15) {
-            f.errorHere("thread names have 1 to 15 characters");
+        // The kernel keeps 15 bytes of a thread name, and a NUL would end it early.
+        if (name->find('\0') != std::string::npos) {
+            f.errorHere("thread name " + shownName(*name) + " holds a NUL character");
+        } else if (name->empty() || name->size() > 15) {
+            f.errorHere("thread names have 1 to 15 bytes");
         }
         s.thread = *name;
     }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <string>
 
+#include "script/ShownText.h"
 #include "timeline/ValueLabels.h"
 
 namespace qvnperfctl {
@@ -13,17 +14,17 @@ std::string valueText(const std::string& name, const std::optional<int>& v) {
 }
 
 std::string stepText(const SideDifference& d) {
-    return d.step + (d.scriptLine ? " [line " + std::to_string(d.scriptLine) + "]" : "");
+    return shownText(d.step) + (d.scriptLine ? " [line " + std::to_string(d.scriptLine) + "]" : "");
 }
 
 void printHeader(const Timeline& a, const Timeline& b, const SideLabel& labelA,
                  const SideLabel& labelB, const TimeUnit& unit, std::FILE* out) {
-    std::fprintf(out, "qvnperfctl compare %s\n", a.sessionPath.c_str());
+    std::fprintf(out, "qvnperfctl compare %s\n", shownText(a.sessionPath).c_str());
     if (!a.description.empty())
-        std::fprintf(out, "  %s\n", a.description.c_str());
+        std::fprintf(out, "  %s\n", shownText(a.description).c_str());
     for (const auto* side : {&labelA, &labelB}) {
         std::fprintf(out, "  %s: %s\n", side->name.c_str(),
-                     side->options.empty() ? "(no options)" : side->options.c_str());
+                     side->options.empty() ? "(no options)" : shownText(side->options).c_str());
     }
     if (a.endUs == b.endUs) {
         std::fprintf(out, "  session: %s\n\n", formatTime(a.endUs, unit).c_str());
@@ -83,8 +84,9 @@ void printLockCounts(const Timeline& a, const Timeline& b, std::FILE* out) {
         const char* name = side == &a ? "A" : "B";
         for (const auto& lock : side->leaks) {
             auto role = side->lockRole.find(lock.handle);
-            std::fprintf(out, "%s leaked lock %d (%s)\n", name, lock.handle,
-                         role != side->lockRole.end() ? role->second.c_str() : lock.origin.c_str());
+            std::fprintf(
+                out, "%s leaked lock %d (%s)\n", name, lock.handle,
+                shownText(role != side->lockRole.end() ? role->second : lock.origin).c_str());
         }
     }
 }

@@ -4,6 +4,8 @@
 #include <map>
 #include <optional>
 
+#include "script/ShownText.h"
+
 namespace qvnperfctl {
 namespace {
 
@@ -45,12 +47,12 @@ class Printer {
     }
 
     void printSetup() {
-        std::fprintf(mOut, "qvnperfctl simulate %s\n", mTimeline.sessionPath.c_str());
+        std::fprintf(mOut, "qvnperfctl simulate %s\n", shownText(mTimeline.sessionPath).c_str());
         if (!mTimeline.description.empty()) {
-            std::fprintf(mOut, "  %s\n", mTimeline.description.c_str());
+            std::fprintf(mOut, "  %s\n", shownText(mTimeline.description).c_str());
         }
         for (const auto& [label, value] : mTimeline.setup) {
-            std::fprintf(mOut, "  %-14s %s\n", label.c_str(), value.c_str());
+            std::fprintf(mOut, "  %-14s %s\n", label.c_str(), shownText(value).c_str());
         }
     }
 
@@ -60,20 +62,20 @@ class Printer {
 
     void printQuietRun(const Entry& first, const Entry& last, size_t count) {
         printTime(first.timeUs);
-        std::fprintf(mOut, "%s ... %s: %zu steps, no lock changes\n", first.step.c_str(),
-                     last.step.c_str(), count);
+        std::fprintf(mOut, "%s ... %s: %zu steps, no lock changes\n", shownText(first.step).c_str(),
+                     shownText(last.step).c_str(), count);
     }
 
     void printEntry(const Entry& e) {
         printTime(e.timeUs);
-        std::fprintf(mOut, "%s", e.step.c_str());
+        std::fprintf(mOut, "%s", shownText(e.step).c_str());
         if (e.scriptLine > 0 && !e.perRequest)
             std::fprintf(mOut, "  [line %d]", e.scriptLine);
         std::fprintf(mOut, "\n");
         for (const auto& note : e.notes)
-            std::fprintf(mOut, "%s%s\n", kIndent, note.c_str());
+            std::fprintf(mOut, "%s%s\n", kIndent, shownText(note).c_str());
         for (const auto& mark : e.marks)
-            std::fprintf(mOut, "%sevent      %s\n", kIndent, mark.c_str());
+            std::fprintf(mOut, "%sevent      %s\n", kIndent, shownText(mark).c_str());
         for (const auto& event : e.events)
             printEvent(event);
         printEffectiveChanges(*e.effective);
@@ -84,7 +86,7 @@ class Printer {
         auto it = mTimeline.lockOrigin.find(handle);
         if (it != mTimeline.lockOrigin.end())
             name += " (" + it->second + ")";
-        return name;
+        return shownText(name);
     }
 
     void printPairs(const std::vector<ResourceValue>& pairs) {
@@ -162,7 +164,8 @@ class Printer {
         }
         for (const auto& lock : locks) {
             std::fprintf(mOut, "  lock %d (%s), granted at %.1f ms, %s", lock.handle,
-                         lock.origin.c_str(), static_cast<double>(lock.grantedUs) / 1000.0,
+                         shownText(lock.origin).c_str(),
+                         static_cast<double>(lock.grantedUs) / 1000.0,
                          duration(lock.durationMs).c_str());
             if (lock.timeLeftMs >= 0) {
                 std::fprintf(mOut, ", %lld ms left", static_cast<long long>(lock.timeLeftMs));
@@ -211,7 +214,7 @@ class Printer {
                 if (event.kind != LockEventKind::Refused || ++shown > kRefusalsShown)
                     continue;
                 std::fprintf(mOut, "  at %.1f ms, %s", static_cast<double>(event.timeUs) / 1000.0,
-                             e.step.c_str());
+                             shownText(e.step).c_str());
                 if (e.scriptLine > 0)
                     std::fprintf(mOut, "  [line %d]", e.scriptLine);
                 std::fprintf(mOut, ": %s\n", event.reason.c_str());
