@@ -34,9 +34,11 @@ TEST(GoldenCompare, ShowsOnlyTheResourcesThatDifferWithTheirTimesAndLockCounts) 
 }
 
 TEST(Compare, SameTuningOnBothSidesShowsNoDifference) {
+    const std::string svg = tempPath("same.svg");
     const ToolRun run =
-        runTool({"compare", kPreview, "--custom", EXAMPLE_CUSTOM_LIB, "--a", "--b"});
+        runTool({"compare", kPreview, "--cust", EXAMPLE_CUSTOM_LIB, "--sv", svg, "--a", "--b"});
     ASSERT_EQ(run.status, 0) << run.out << run.err;
+    EXPECT_THAT(readText(svg), HasSubstr("</svg>"));
     EXPECT_THAT(run.out, HasSubstr("\nno difference: every resource holds the same values"));
     EXPECT_THAT(run.out, testing::Not(HasSubstr("first difference")));
 }
@@ -60,6 +62,13 @@ TEST(Compare, BadCommandLinesExitTwoBeforeAnythingRuns) {
         {{kPreview, "--svg"}, "--svg needs a value"},
         {{kPreview, "--trace", "t.json", "--a", "--b"}, "--trace is for simulate"},
         {{kPreview, "--a", "--real-time", "--b"}, "--real-time is for simulate"},
+        // abbreviations land where their full names would
+        {{kPreview, "--a", "--real", "--b"}, "--real-time is for simulate"},
+        {{kPreview, "--a", "--sv", "x.svg", "--b"}, "give it before --a"},
+        {{kPreview, "--a", "--b", "--tra", "t.json"}, "--trace is for simulate"},
+        {{kPreview, "--time=t.json", "--a", "--b"}, "--timeline is for simulate"},
+        {{kPreview, "--svg=", "--a", "--b"}, "--svg needs a value"},
+        {{kPreview, "--sv=", "--a", "--b"}, "--svg needs a value"},
         {{kPreview, "--a", "--b", "--colour"}, "side B: unknown option --colour"},
         {{"--a", "--prop", "x", "--b"}, "side A: --prop needs NAME=VALUE"},
         {{"--a", "--b"}, "missing SESSION.json"},

@@ -22,11 +22,17 @@ struct CommandLine {
     std::vector<std::string> operands;
 };
 
-// Parses `args` with getopt_long: "--name VALUE" or "--name=VALUE" (an unambiguous prefix
-// of a name will do), operands anywhere, "--" ends the options. Returns the first problem
-// ("unknown option --x", "--x needs a value"); `out.help` is set whatever else is wrong.
+// Parses `args`: "--name VALUE" or "--name=VALUE" (a prefix of one name alone will do),
+// operands anywhere, "--" ends the options. Returns the first problem ("unknown option
+// --x", "--x needs a value"); `out.help` is set whatever else is wrong.
 std::optional<std::string> parseCommandLine(const std::vector<std::string>& args,
                                             const std::vector<LongOption>& known, CommandLine& out);
+
+// `args` with each option word that names one of `known` spelt out in full, as
+// parseCommandLine reads it ("--sv=x" becomes "--svg=x"); values, operands, words it
+// would refuse and all after "--" are left as they are.
+std::vector<std::string> spellOutOptions(const std::vector<std::string>& args,
+                                         const std::vector<LongOption>& known);
 
 // Prints "qvnperfctl COMMAND: message" and a hint to stderr; returns kExitUsage.
 int usageError(const std::string& command, const std::string& message);

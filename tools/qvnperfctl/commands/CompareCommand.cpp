@@ -47,15 +47,36 @@ const char* kUsage =
 
 struct Sides {
     std::vector<std::string> common, a, b;
+    std::vector<std::string> operands;  // after "--": every side's
     std::string svg;
 };
 
+// compare's options: simulate's, the side markers and help, by simulate's rule.
+std::vector<LongOption> compareOptions() {
+    std::vector<LongOption> known = simulateOptions();
+    known.push_back({"a", false});
+    known.push_back({"b", false});
+    return known;
+}
+
+std::string optionName(const std::string& word) {
+    return word.substr(0, word.find('='));
+}
+
 // Splits the command line at --a and --b; compare's own --svg belongs to the common part.
-std::optional<std::string> splitSides(const std::vector<std::string>& args, Sides& out) {
+// Options are spelt out first, so that an abbreviation lands where its full name would.
+std::optional<std::string> splitSides(const std::vector<std::string>& given, Sides& out) {
+    const std::vector<std::string> args = spellOutOptions(given, compareOptions());
     std::vector<std::string>* scope = &out.common;
     bool seenA = false, seenB = false;
     for (size_t i = 0; i < args.size(); ++i) {
         const std::string& arg = args[i];
+        const std::string name = optionName(arg);
+        const bool valueFollows = arg == name && i + 1 < args.size();
+        if (arg == "--") {
+            out.operands.assign(args.begin() + static_cast<std::ptrdiff_t>(i), args.end());
+            break;
+        }
         if (arg == "--a" || arg == "--b") {
             bool& seen = arg == "--a" ? seenA : seenB;
             if (seen)
@@ -64,24 +85,23 @@ std::optional<std::string> splitSides(const std::vector<std::string>& args, Side
                 return std::string("--a must come before --b");
             seen = true;
             scope = arg == "--a" ? &out.a : &out.b;
-            continue;
-        }
-        if (arg == "--svg" || arg.rfind("--svg=", 0) == 0) {
+        } else if (name == "--svg") {
             if (scope != &out.common)
                 return std::string("--svg applies to the comparison: give it before --a");
-            if (arg == "--svg") {
-                if (i + 1 >= args.size() || args[i + 1].empty())
-                    return std::string("--svg needs a value");
+            if (arg != name) {
+                out.svg = arg.substr(name.size() + 1);
+            } else if (i + 1 < args.size()) {
                 out.svg = args[++i];
-            } else {
-                out.svg = arg.substr(6);
             }
-            continue;
+            if (out.svg.empty())
+                return std::string("--svg needs a value");
+        } else if (name == "--trace" || name == "--timeline" || name == "--real-time") {
+            return name + " is for simulate, not compare";
+        } else {
+            scope->push_back(arg);
+            if (valueFollows && (name == "--custom" || name == "--config" || name == "--prop"))
+                scope->push_back(args[++i]);
         }
-        if (arg == "--trace" || arg.rfind("--trace=", 0) == 0 || arg == "--timeline" ||
-            arg.rfind("--timeline=", 0) == 0 || arg.rfind("--real-time", 0) == 0)
-            return arg.substr(0, arg.find('=')) + " is for simulate, not compare";
-        scope->push_back(arg);
     }
     if (!seenA || !seenB)
         return std::string("needs both --a and --b");
@@ -170,9 +190,9 @@ int reportSideProblems(const Side& a, const Side& b) {
 
 int runCompare(const std::vector<std::string>& args) {
     // Every other word goes to simulate's own reading, side by side.
-    if (std::find_if(args.begin(), args.end(), [](const std::string& arg) {
-            return arg == "-h" || arg == "--help";
-        }) != args.end()) {
+    CommandLine line;
+    parseCommandLine(args, compareOptions(), line);
+    if (line.help) {
         std::fputs(kUsage, stdout);
         return kExitOk;
     }
@@ -183,6 +203,8 @@ int runCompare(const std::vector<std::string>& args) {
     Side a{"A", sides.common, kExitOk, {}}, b{"B", sides.common, kExitOk, {}};
     a.args.insert(a.args.end(), sides.a.begin(), sides.a.end());
     b.args.insert(b.args.end(), sides.b.begin(), sides.b.end());
+    for (Side* side : {&a, &b})
+        side->args.insert(side->args.end(), sides.operands.begin(), sides.operands.end());
     if (auto failed = checkSides(a, b, sides.svg))
         return *failed;
 

@@ -71,18 +71,17 @@ using Options = SimulateOptions;
 
 }  // namespace
 
+const std::vector<LongOption>& simulateOptions() {
+    static const std::vector<LongOption> options = {
+        {"custom", true}, {"config", true},   {"prop", true},      {"trace", true},
+        {"svg", true},    {"timeline", true}, {"real-time", false}};
+    return options;
+}
+
 std::optional<std::string> parseSimulateOptions(const std::vector<std::string>& args,
                                                 SimulateOptions& out) {
     CommandLine line;
-    auto problem = parseCommandLine(args,
-                                    {{"custom", true},
-                                     {"config", true},
-                                     {"prop", true},
-                                     {"trace", true},
-                                     {"svg", true},
-                                     {"timeline", true},
-                                     {"real-time", false}},
-                                    line);
+    auto problem = parseCommandLine(args, simulateOptions(), line);
     out.help = line.help;
     if (problem)
         return problem;

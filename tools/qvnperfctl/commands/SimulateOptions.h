@@ -7,6 +7,8 @@
 #include <utility>
 #include <vector>
 
+#include "commands/CommandLine.h"
+
 namespace qvnperfctl {
 
 struct SimulateOptions {
@@ -20,6 +22,9 @@ struct SimulateOptions {
     bool realTime = false;  // let the session's time pass for real
     bool help = false;
 };
+
+// simulate's options, which compare's sides take too.
+const std::vector<LongOption>& simulateOptions();
 
 // Parses the command line; an empty optional result means it was fine.
 std::optional<std::string> parseSimulateOptions(const std::vector<std::string>& args,
