@@ -2,16 +2,17 @@
 
 #include <atomic>
 #include <map>
-#include <mutex>
+
+#include "qvncam/platform/ThreadAnnotations.h"
 
 namespace qvncam {
 namespace platform {
 namespace {
 
 struct Hook {
-    std::mutex mutex;
-    std::map<std::string, std::string, std::less<>> overrides;
-    LogSink sink;
+    Mutex mutex;
+    std::map<std::string, std::string, std::less<>> overrides QVNCAM_GUARDED_BY(mutex);
+    LogSink sink QVNCAM_GUARDED_BY(mutex);
 };
 
 // Never destroyed: properties are read and lines logged from destructors at exit.
@@ -25,7 +26,7 @@ std::atomic<bool> gHaveOverrides{false};
 std::atomic<bool> gHaveSink{false};
 std::atomic<uint32_t> gGeneration{0};
 
-void changed(const Hook& h) {
+void changed(const Hook& h) QVNCAM_REQUIRES(h.mutex) {
     gHaveOverrides.store(!h.overrides.empty(), std::memory_order_relaxed);
     gGeneration.fetch_add(1, std::memory_order_relaxed);
 }
@@ -34,14 +35,14 @@ void changed(const Hook& h) {
 
 void setPropertyOverride(std::string_view name, std::string_view value) {
     Hook& h = hook();
-    std::lock_guard<std::mutex> lock(h.mutex);
+    MutexLock lock(h.mutex);
     h.overrides.insert_or_assign(std::string(name), std::string(value));
     changed(h);
 }
 
 void clearPropertyOverride(std::string_view name) {
     Hook& h = hook();
-    std::lock_guard<std::mutex> lock(h.mutex);
+    MutexLock lock(h.mutex);
     auto it = h.overrides.find(name);
     if (it != h.overrides.end())
         h.overrides.erase(it);
@@ -50,7 +51,7 @@ void clearPropertyOverride(std::string_view name) {
 
 void clearPropertyOverrides() {
     Hook& h = hook();
-    std::lock_guard<std::mutex> lock(h.mutex);
+    MutexLock lock(h.mutex);
     h.overrides.clear();
     changed(h);
 }
@@ -59,7 +60,7 @@ bool propertyOverride(const char* name, std::string& value) {
     if (name == nullptr || !gHaveOverrides.load(std::memory_order_relaxed))
         return false;
     Hook& h = hook();
-    std::lock_guard<std::mutex> lock(h.mutex);
+    MutexLock lock(h.mutex);
     auto it = h.overrides.find(std::string_view(name));
     if (it == h.overrides.end())
         return false;
@@ -73,7 +74,7 @@ uint32_t propertyOverrideGeneration() {
 
 void setLogSink(LogSink sink) {
     Hook& h = hook();
-    std::lock_guard<std::mutex> lock(h.mutex);
+    MutexLock lock(h.mutex);
     h.sink = std::move(sink);
     gHaveSink.store(static_cast<bool>(h.sink), std::memory_order_relaxed);
 }
@@ -84,7 +85,7 @@ bool logSinkInstalled() {
 
 void sendToLogSink(int prio, const char* tag, const char* message) {
     Hook& h = hook();
-    std::lock_guard<std::mutex> lock(h.mutex);
+    MutexLock lock(h.mutex);
     if (h.sink)
         h.sink(prio, tag != nullptr ? tag : "", message != nullptr ? message : "");
 }
