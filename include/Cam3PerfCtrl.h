@@ -62,8 +62,8 @@ class QVNCAM_EXPORT Cam3PerfCtrl {
         const qcam::StreamConfiguration& config) = 0;
     // Any thread, but one at a time for the same `set`. Empty when the customisation library
     // has no customizeRuntimeCPUCtrl or it answers false. Otherwise `set.inflightHolder`
-    // (a new holder if that is null), given an operator for `requestNo` when the answer holds
-    // a command valued 0 or more (replacing that request's earlier one). Overwrites re-issue
+    // (a new holder if that is null), given an operator for `requestNo` when the answer has
+    // an entry valued 0 or more (replacing that request's earlier one). Overwrites re-issue
     // the set's enter-camera and configure-stream operators in place; a null one is logged
     // and skipped.
     virtual std::shared_ptr<InflightOperatorHolderImp> enterPerfCtrl_InflightRequest(
