@@ -72,22 +72,14 @@ TEST(TimelineFile, ReadsBackEverythingItWrote) {
     t.stillTimed = {{2, "boost", 500, 20, 480, {}}};
 
     const std::string path = testing::TempDir() + "timeline." + std::to_string(getpid());
-    ASSERT_TRUE(writeTimelineFile(t, path));
+    ASSERT_TRUE(std::ofstream(path) << timelineFileText(t));
     Timeline back;
     std::string error;
     ASSERT_TRUE(readTimelineFile(path, back, error)) << error;
     std::remove(path.c_str());
 
     // Written again, the copy gives the very same file.
-    const std::string again = path + ".again";
-    ASSERT_TRUE(writeTimelineFile(back, again));
-    std::ifstream a(again);
-    std::string copy((std::istreambuf_iterator<char>(a)), {});
-    std::remove(again.c_str());
-    ASSERT_TRUE(writeTimelineFile(t, again));
-    std::ifstream o(again);
-    EXPECT_EQ(copy, std::string((std::istreambuf_iterator<char>(o)), {}));
-    std::remove(again.c_str());
+    EXPECT_EQ(timelineFileText(back), timelineFileText(t));
 
     EXPECT_EQ(back.description, t.description);
     EXPECT_EQ(back.entries[1].events[4].timeUs, int64_t{5'000'000'004});

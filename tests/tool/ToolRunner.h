@@ -36,14 +36,19 @@ inline std::string tempPath(const std::string& name, const char* text = nullptr)
     return path;
 }
 
-// The arguments are quoted for the shell; none of ours holds a quote.
-inline ToolRun runTool(const std::vector<std::string>& args) {
-    std::string command = QVNPERFCTL_PATH;
+// The arguments are quoted for the shell; none of ours holds a quote. Standard output goes
+// to `stdoutTo` when one is given (and is then not read back). A run that takes longer
+// than `seconds` is stopped and exits 124.
+inline ToolRun runTool(const std::vector<std::string>& args, const std::string& stdoutTo = "",
+                       int seconds = 300) {
+    std::string command = "timeout -k 5 " + std::to_string(seconds) + " " QVNPERFCTL_PATH;
     for (const std::string& arg : args)
         command += " '" + arg + "'";
-    const std::string out = tempPath("stdout"), err = tempPath("stderr");
+    const std::string out = stdoutTo.empty() ? tempPath("stdout") : stdoutTo;
+    const std::string err = tempPath("stderr");
     const int status = std::system((command + " >" + out + " 2>" + err).c_str());
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, readText(out), readText(err)};
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, stdoutTo.empty() ? readText(out) : "",
+            readText(err)};
 }
 
 // `text` with runs of blanks made one and blanks at line starts dropped, so that

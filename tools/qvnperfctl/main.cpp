@@ -1,12 +1,16 @@
 // qvnperfctl: shows and checks what the camera performance controller asks of the
 // power service.
 
+#include <algorithm>
 #include <cstdio>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "commands/Commands.h"
 #include "commands/ExitCodes.h"
+#include "commands/Files.h"
+#include "script/ShownText.h"
 
 namespace qvnperfctl {
 
@@ -47,14 +51,19 @@ int main(int argc, char** argv) {
         std::fputs(kUsage, stdout);
         return kExitOk;
     }
-    if (command == "simulate")
-        return runSimulate(args);
-    if (command == "compare")
-        return runCompare(args);
-    if (command == "check-config")
-        return runCheckConfig(args);
-    if (command == "resources")
-        return runResources(args);
-    std::fprintf(stderr, "qvnperfctl: unknown command '%s'\n%s", command.c_str(), kUsage);
+    const std::pair<const char*, int (*)(const std::vector<std::string>&)> commands[] = {
+        {"simulate", runSimulate},
+        {"compare", runCompare},
+        {"check-config", runCheckConfig},
+        {"resources", runResources},
+    };
+    for (const auto& [name, run] : commands) {
+        if (command == name) {
+            const int status = run(args);
+            return std::max(status, finishStandardOutput(name));
+        }
+    }
+    std::fprintf(stderr, "qvnperfctl: unknown command '%s'\n%s", shownText(command).c_str(),
+                 kUsage);
     return kExitUsage;
 }

@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
 #include <optional>
 
 #include "commands/CommandLine.h"
@@ -13,6 +12,7 @@
 #include "svg/CompareSvg.h"
 #include "text/ComparisonPrinter.h"
 #include "commands/ExitCodes.h"
+#include "commands/Files.h"
 #include "play/Launcher.h"
 #include "script/ShownText.h"
 #include "commands/SimulateOptions.h"
@@ -123,15 +123,17 @@ struct Side {
 };
 
 // simulate's own reading finds bad options before anything runs; so does a --svg file
-// that cannot be written. An exit status when either does.
-std::optional<int> checkSides(const Side& a, const Side& b, const std::string& svg) {
+// that cannot be opened, which stays open until the picture is written. An exit status
+// when either does.
+std::optional<int> checkSides(const Side& a, const Side& b, const std::string& svg,
+                              OutputFile& svgFile) {
     for (const Side* side : {&a, &b}) {
         SimulateOptions options;
         if (auto problem = parseSimulateOptions(side->args, options))
             return usageError("compare", "side " + side->name + ": " + *problem);
     }
-    if (!svg.empty() && !std::ofstream(svg, std::ios::app)) {
-        std::fprintf(stderr, "qvnperfctl compare: cannot write %s\n", svg.c_str());
+    if (!svg.empty() && !svgFile.open(svg)) {
+        std::fprintf(stderr, "qvnperfctl compare: %s\n", svgFile.error().c_str());
         return kExitUsage;
     }
     return std::nullopt;
@@ -205,7 +207,8 @@ int runCompare(const std::vector<std::string>& args) {
     b.args.insert(b.args.end(), sides.b.begin(), sides.b.end());
     for (Side* side : {&a, &b})
         side->args.insert(side->args.end(), sides.operands.begin(), sides.operands.end());
-    if (auto failed = checkSides(a, b, sides.svg))
+    OutputFile svgFile;
+    if (auto failed = checkSides(a, b, sides.svg, svgFile))
         return *failed;
 
     ScratchDir scratch;
@@ -223,12 +226,12 @@ int runCompare(const std::vector<std::string>& args) {
     const SideLabel labelA{"A", sideOptions(sides.common, sides.a)};
     const SideLabel labelB{"B", sideOptions(sides.common, sides.b)};
     printComparison(comparison, a.timeline, b.timeline, labelA, labelB, stdout);
-    std::fflush(stdout);
 
-    int status = reportSideProblems(a, b);
+    const int written = finishStandardOutput("compare");
+    int status = std::max(reportSideProblems(a, b), written);
     if (!sides.svg.empty() &&
-        !writeCompareSvg(comparison, a.timeline, b.timeline, labelA, labelB, sides.svg)) {
-        std::fprintf(stderr, "qvnperfctl compare: cannot write %s\n", sides.svg.c_str());
+        !svgFile.write(compareSvg(comparison, a.timeline, b.timeline, labelA, labelB))) {
+        std::fprintf(stderr, "qvnperfctl compare: %s\n", svgFile.error().c_str());
         status = kExitUsage;
     }
     return status;

@@ -3,12 +3,14 @@
 
 #include <csignal>
 #include <cstdio>
+#include <algorithm>
 #include <filesystem>
-#include <fstream>
+#include <functional>
 
 #include "commands/CommandLine.h"
 #include "commands/Commands.h"
 #include "commands/ExitCodes.h"
+#include "commands/Files.h"
 #include "commands/SimulateOptions.h"
 #include "play/Launcher.h"
 #include "play/PlaySession.h"
@@ -140,11 +142,6 @@ bool loadSession(const std::string& path, Session& session) {
     return errors.empty();
 }
 
-bool writable(const std::string& path) {
-    std::ofstream probe(path, std::ios::app);
-    return static_cast<bool>(probe);
-}
-
 // Values that a device reads other than they look: the host reads them the same way, but
 // a tuner who wrote "2.5GHz" should hear that it is 2.
 void warnOfPropertyValues(const Session& session, const LaunchPlan& plan) {
@@ -163,6 +160,15 @@ void warnOfPropertyValues(const Session& session, const LaunchPlan& plan) {
     }
 }
 
+// Writes one output file; false after saying why when it cannot.
+bool writeOutput(const std::string& path, const std::function<std::string()>& text) {
+    OutputFile file;
+    if (file.open(path) && file.write(text()))
+        return true;
+    std::fprintf(stderr, "qvnperfctl simulate: %s\n", file.error().c_str());
+    return false;
+}
+
 // The simulation proper, in the process that relaunch() prepared.
 int play(const Options& options, const Session& session) {
     // A reader that goes away (simulate ... | head) only cuts the timeline short: the
@@ -172,27 +178,60 @@ int play(const Options& options, const Session& session) {
     printTimeline(timeline, stdout);
     std::fputs("\n", stdout);
     printTimeAtValue(timeline, stdout);
-    std::fflush(stdout);
+    const int written = finishStandardOutput("simulate");
+    int status = std::max(timeline.clean() ? kExitOk : kExitProblems, written);
 
-    int status = timeline.clean() ? kExitOk : kExitProblems;
-    if (!options.timeline.empty() && !writeTimelineFile(timeline, options.timeline)) {
-        std::fprintf(stderr, "qvnperfctl simulate: cannot write %s\n", options.timeline.c_str());
+    if (!options.timeline.empty() &&
+        !writeOutput(options.timeline, [&] { return timelineFileText(timeline); }))
         status = kExitUsage;
-    }
     if (!options.trace.empty() || !options.svg.empty()) {
         Picture picture = buildPicture(timeline);
-        if (!options.trace.empty() && !writeChromeTrace(timeline, picture, options.trace)) {
-            std::fprintf(stderr, "qvnperfctl simulate: cannot write %s\n", options.trace.c_str());
+        if (!options.trace.empty() &&
+            !writeOutput(options.trace, [&] { return chromeTrace(timeline, picture); }))
             status = kExitUsage;
-        }
         std::string title =
             session.path + (session.description.empty() ? "" : " - " + session.description);
-        if (!options.svg.empty() && !writeSvg(picture, title, options.svg)) {
-            std::fprintf(stderr, "qvnperfctl simulate: cannot write %s\n", options.svg.c_str());
+        if (!options.svg.empty() &&
+            !writeOutput(options.svg, [&] { return sessionSvg(picture, title); }))
             status = kExitUsage;
-        }
     }
     return status;
+}
+
+// Checks what the run is given and starts it in a fresh process. The output files stay
+// open meanwhile: a FIFO's reader then sees the end of the data only when the run ends.
+int relaunchSimulation(const std::vector<std::string>& args, const Options& options,
+                       const Session& session) {
+    LaunchPlan plan;
+    plan.properties = session.properties;
+    for (const auto* in : {&options.config, &options.custom}) {
+        if (auto problem = in->empty() ? std::nullopt : inputFileProblem(*in)) {
+            std::fprintf(stderr, "qvnperfctl simulate: %s\n", problem->c_str());
+            return kExitUsage;
+        }
+    }
+    if (!options.config.empty()) {
+        std::error_code ec;
+        const auto config = std::filesystem::canonical(options.config, ec);
+        for (auto& property : configurationProperties(ec ? options.config : config.string()))
+            plan.properties.push_back(std::move(property));
+    }
+    plan.properties.insert(plan.properties.end(), options.props.begin(), options.props.end());
+    plan.customLibrary = options.custom;
+    warnOfPropertyValues(session, plan);
+    std::vector<OutputFile> outputs;
+    for (const auto* out : {&options.trace, &options.svg, &options.timeline}) {
+        if (out->empty())
+            continue;
+        outputs.emplace_back();
+        if (!outputs.back().open(*out)) {
+            std::fprintf(stderr, "qvnperfctl simulate: %s\n", outputs.back().error().c_str());
+            return kExitUsage;
+        }
+    }
+    std::vector<std::string> childArgs = {"simulate"};
+    childArgs.insert(childArgs.end(), args.begin(), args.end());
+    return relaunch(childArgs, plan);
 }
 
 }  // namespace
@@ -211,36 +250,7 @@ int runSimulate(const std::vector<std::string>& args) {
         return kExitUsage;
     if (isRelaunched())
         return play(options, session);
-
-    LaunchPlan plan;
-    plan.properties = session.properties;
-    namespace fs = std::filesystem;
-    if (!options.config.empty()) {
-        std::error_code ec;
-        auto config = fs::canonical(options.config, ec);
-        if (ec || !std::ifstream(config)) {
-            std::fprintf(stderr, "qvnperfctl simulate: cannot read %s\n", options.config.c_str());
-            return kExitUsage;
-        }
-        for (auto& property : configurationProperties(config.string()))
-            plan.properties.push_back(std::move(property));
-    }
-    plan.properties.insert(plan.properties.end(), options.props.begin(), options.props.end());
-    if (!options.custom.empty() && !std::ifstream(options.custom)) {
-        std::fprintf(stderr, "qvnperfctl simulate: cannot read %s\n", options.custom.c_str());
-        return kExitUsage;
-    }
-    plan.customLibrary = options.custom;
-    warnOfPropertyValues(session, plan);
-    for (const auto* out : {&options.trace, &options.svg, &options.timeline}) {
-        if (!out->empty() && !writable(*out)) {
-            std::fprintf(stderr, "qvnperfctl simulate: cannot write %s\n", out->c_str());
-            return kExitUsage;
-        }
-    }
-    std::vector<std::string> childArgs = {"simulate"};
-    childArgs.insert(childArgs.end(), args.begin(), args.end());
-    return relaunch(childArgs, plan);
+    return relaunchSimulation(args, options, session);
 }
 
 }  // namespace qvnperfctl

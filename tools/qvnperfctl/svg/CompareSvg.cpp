@@ -1,7 +1,6 @@
 #include "svg/CompareSvg.h"
 
 #include <algorithm>
-#include <fstream>
 #include <cstdlib>
 #include <sstream>
 
@@ -97,8 +96,8 @@ void drawFirstDifference(std::ostream& out, const svg::TimeScale& scale,
 
 }  // namespace
 
-bool writeCompareSvg(const Comparison& comparison, const Timeline& a, const Timeline& b,
-                     const SideLabel& labelA, const SideLabel& labelB, const std::string& path) {
+std::string compareSvg(const Comparison& comparison, const Timeline& a, const Timeline& b,
+                       const SideLabel& labelA, const SideLabel& labelB) {
     const Picture pa = buildPicture(a), pb = buildPicture(b);
     const svg::TimeScale scale(std::max(a.endUs, b.endUs), kLeft, kWidth - kLeft - kRight);
     // Closer than a pixel or so is the same moment in the picture.
@@ -129,9 +128,9 @@ bool writeCompareSvg(const Comparison& comparison, const Timeline& a, const Time
 
     const std::string title =
         "compare " + a.sessionPath + (a.description.empty() ? "" : " - " + a.description);
-    std::ofstream out(path, std::ios::trunc);
+    std::ostringstream out;
     svg::document(out, kWidth, y, title, body.str());
-    return static_cast<bool>(out.flush());
+    return out.str();
 }
 
 }  // namespace qvnperfctl

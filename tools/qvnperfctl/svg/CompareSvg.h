@@ -7,9 +7,8 @@
 namespace qvnperfctl {
 
 // Both sides in one picture: per cluster and for the DRAM operating point a chart with
-// side A solid and side B dashed, the steps along the top. False when the file cannot
-// be written.
-bool writeCompareSvg(const Comparison& comparison, const Timeline& a, const Timeline& b,
-                     const SideLabel& labelA, const SideLabel& labelB, const std::string& path);
+// side A solid and side B dashed, the steps along the top.
+std::string compareSvg(const Comparison& comparison, const Timeline& a, const Timeline& b,
+                       const SideLabel& labelA, const SideLabel& labelB);
 
 }  // namespace qvnperfctl

@@ -1,7 +1,6 @@
 #include "svg/SessionSvg.h"
 
 #include <algorithm>
-#include <fstream>
 #include <sstream>
 
 #include "svg/SvgParts.h"
@@ -144,10 +143,8 @@ class SvgCanvas {
 
 }  // namespace
 
-bool writeSvg(const Picture& picture, const std::string& title, const std::string& path) {
-    std::ofstream out(path, std::ios::trunc);
-    out << SvgCanvas(picture, title).draw();
-    return static_cast<bool>(out.flush());
+std::string sessionSvg(const Picture& picture, const std::string& title) {
+    return SvgCanvas(picture, title).draw();
 }
 
 }  // namespace qvnperfctl

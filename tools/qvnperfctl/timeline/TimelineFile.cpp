@@ -231,7 +231,7 @@ void readTimeline(const Json::Value& root, Timeline& t) {
 
 }  // namespace
 
-bool writeTimelineFile(const Timeline& t, const std::string& path) {
+std::string timelineFileText(const Timeline& t) {
     Json::Value root;
     root["format"] = kFormat;
     root["session"] = t.sessionPath;
@@ -273,9 +273,7 @@ bool writeTimelineFile(const Timeline& t, const std::string& path) {
 
     Json::StreamWriterBuilder builder;
     builder["indentation"] = "";
-    std::ofstream out(path, std::ios::trunc);
-    out << Json::writeString(builder, root) << '\n';
-    return static_cast<bool>(out.flush());
+    return Json::writeString(builder, root) + "\n";
 }
 
 bool readTimelineFile(const std::string& path, Timeline& out, std::string& error) {

@@ -9,8 +9,8 @@
 
 namespace qvnperfctl {
 
-// False when the file cannot be written.
-bool writeTimelineFile(const Timeline& timeline, const std::string& path);
+// The file's text.
+std::string timelineFileText(const Timeline& timeline);
 // False with a message in `error` when the file is missing or not a timeline.
 bool readTimelineFile(const std::string& path, Timeline& out, std::string& error);
 

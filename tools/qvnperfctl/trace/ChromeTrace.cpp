@@ -2,7 +2,6 @@
 
 #include <json/json.h>
 
-#include <fstream>
 #include <memory>
 
 namespace qvnperfctl {
@@ -93,7 +92,7 @@ void addCounter(const StepSeries& series, int64_t endUs, Json::Value& events) {
 
 }  // namespace
 
-bool writeChromeTrace(const Timeline& timeline, const Picture& picture, const std::string& path) {
+std::string chromeTrace(const Timeline& timeline, const Picture& picture) {
     Json::Value root;
     Json::Value& events = root["traceEvents"];
     events = Json::Value(Json::arrayValue);
@@ -107,13 +106,9 @@ bool writeChromeTrace(const Timeline& timeline, const Picture& picture, const st
     root["otherData"]["session"] = timeline.sessionPath;
     root["otherData"]["description"] = timeline.description;
 
-    std::ofstream out(path, std::ios::trunc);
     Json::StreamWriterBuilder builder;
     builder["indentation"] = "";
-    std::unique_ptr<Json::StreamWriter> writer(builder.newStreamWriter());
-    writer->write(root, &out);
-    out << '\n';
-    return static_cast<bool>(out.flush());
+    return Json::writeString(builder, root) + "\n";
 }
 
 }  // namespace qvnperfctl

@@ -10,7 +10,6 @@ namespace qvnperfctl {
 // Writes the session as Chrome trace-event JSON (Perfetto UI, chrome://tracing): a
 // track of steps, a track per lock with its resources as arguments, and counter tracks
 // for the effective CPU floor of each cluster and the DRAM operating point.
-// False when the file cannot be written.
-bool writeChromeTrace(const Timeline& timeline, const Picture& picture, const std::string& path);
+std::string chromeTrace(const Timeline& timeline, const Picture& picture);
 
 }  // namespace qvnperfctl
