@@ -100,3 +100,19 @@ TEST(DumpStep, EveryLiveLockHasExactlyOneListedOperator) {
         EXPECT_EQ(dump.listedOperators, static_cast<int>(dump.operators.size()));
     }
 }
+
+// On the virtual clock the dump shows the session's times and the simulated task, not the
+// process id, the wall-clock date or a thread id of this run.
+TEST(DumpStep, OnTheVirtualClockTwoRunsPrintTheSame) {
+    const std::string session = tempPath("dump.json", R"({"steps": [
+        {"op": "open", "boost_ms": 300}, {"op": "boost", "level": 1, "timeout_ms": 500},
+        {"op": "boost", "level": "default", "timeout_ms": 500, "release_after_ms": 400},
+        {"op": "wait", "ms": 100}, {"op": "dump"}, {"op": "close"}]})");
+    const ToolRun first = runTool({"simulate", session, "--custom", EXAMPLE_CUSTOM_LIB});
+    const ToolRun second = runTool({"simulate", session, "--custom", EXAMPLE_CUSTOM_LIB});
+    ASSERT_EQ(first.status, 0) << first.err;
+    EXPECT_EQ(first.out, second.out);
+    EXPECT_THAT(first.out, HasSubstr("qvncam_perfctrl, pid 1000, at 100.0 ms\n"));
+    EXPECT_THAT(first.out, HasSubstr("\"runDefaultBoost-1000\" handle 5: timed, 500 ms, 400 ms "
+                                     "left; age 100 ms (since 0.0 ms)\n"));
+}

@@ -8,6 +8,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -20,8 +21,11 @@ using Notes = std::vector<std::string>;
 
 // The `dump` step: what qvncam_perfctrl_dump() prints at that point of a session, then
 // the power service's own view of the live locks, so that the two can be matched by
-// handle. One note per line.
-Notes dumpStepNotes(const std::vector<LockSummary>& serviceLocks);
+// handle. One note per line. On the virtual clock (`virtualNowUs`: the session's time
+// now) the dump's process id, wall-clock times and callers' thread ids give way to the
+// simulated pipeline's task and the session's times.
+Notes dumpStepNotes(const std::vector<LockSummary>& serviceLocks,
+                    std::optional<int64_t> virtualNowUs);
 
 // Switches the process to the virtual clock for the life of a simulation.
 class VirtualTime {

@@ -224,7 +224,10 @@ void Simulation::play(const CloseStep&) {
 }
 
 void Simulation::play(const DumpStep&) {
-    entry("dump", [&](Notes& notes) { notes = dumpStepNotes(mProbe.liveLocks()); });
+    entry("dump", [&](Notes& notes) {
+        const auto now = mRealTime ? std::nullopt : std::optional<int64_t>(mProbe.nowUs());
+        notes = dumpStepNotes(mProbe.liveLocks(), now);
+    });
 }
 
 void Simulation::hold(std::unique_ptr<PerfOperator> op, int releaseAfterMs,
