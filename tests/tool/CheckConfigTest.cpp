@@ -79,6 +79,18 @@ TEST(CheckConfig, ValuesReadOtherwiseThanWrittenAndNamesShownWhole) {
     EXPECT_THAT(run.out, testing::EndsWith(": 7 problems\n"));
 }
 
+// The controller appends the file's pairs at every camera open; --show says so after the
+// lists, where a tuner reads them.
+TEST(CheckConfig, ShowSaysThatLaterOpensAppendThePairsAgain) {
+    const std::string note = "each later camera open appends the file's pairs again";
+    const ToolRun run =
+        runTool({"check-config", "--show", EXAMPLES_DIR "/config/perf_config.json"});
+    EXPECT_THAT(run.out,
+                testing::EndsWith("  " + note + ": the second open sends every pair twice\n"));
+    EXPECT_THAT(runTool({"check-config", "--show", tempPath("e.json", "{}")}).out,
+                testing::Not(HasSubstr(note)));
+}
+
 TEST(Resources, LooksUpByNameOrIdWithItsRuleAndWhetherConfigurationMayNameIt) {
     const ToolRun run =
         runTool({"resources", "PERF_RES_CPUFREQ_MIN_CLUSTER_0", "cpufreq_max_cluster_2",

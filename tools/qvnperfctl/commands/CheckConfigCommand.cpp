@@ -34,7 +34,8 @@ const char* kUsage =
     "Each problem is printed as FILE:LINE: message.\n"
     "\n"
     "  --show   also print the command lists the controller sends from the file:\n"
-    "           resource id, name and value, in the order sent\n"
+    "           resource id, name and value, in the order sent, at the first camera\n"
+    "           open; each later open sends them again, appended\n"
     "\n"
     "Exit status: 0 clean, 1 problems found, 2 usage or unreadable file.\n";
 
@@ -68,10 +69,15 @@ int reportReading(const std::string& file, const JsonSource& source, bool show) 
                     reading.problems.size() == 1 ? "" : "s");
     }
     if (show) {
-        std::printf("%s: with a customisation library loaded, the controller sends\n",
+        std::printf("%s: with a customisation library loaded, the first camera open sends\n",
                     path.c_str());
         printList("enter-camera list", reading.enterCamera);
         printList("configure-stream list", reading.configureStream);
+        // The controller keeps what it read and reads the file again at every open.
+        if (reading.enterCamera.present || reading.configureStream.present)
+            std::printf(
+                "  each later camera open appends the file's pairs again: the second "
+                "open sends every pair twice\n");
     }
     return reading.problems.empty() ? kExitOk : kExitProblems;
 }
