@@ -15,6 +15,7 @@
 
 #include "commands/ExitCodes.h"
 #include "script/PropertyFile.h"
+#include "script/ShownText.h"
 
 namespace qvnperfctl {
 namespace {
@@ -52,7 +53,7 @@ std::string directoryOf(const void* symbol) {
 }
 
 int fail(const std::string& message) {
-    std::fprintf(stderr, "qvnperfctl simulate: %s\n", message.c_str());
+    std::fprintf(stderr, "qvnperfctl simulate: %s\n", shownText(message).c_str());
     return kExitUsage;
 }
 
