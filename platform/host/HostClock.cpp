@@ -52,6 +52,26 @@ int64_t systemNowUs() {
     return duration_cast<microseconds>(system_clock::now().time_since_epoch()).count();
 }
 
+// Virtual times stop at the ends of the scale rather than wrap.
+int64_t saturatingAdd(int64_t a, int64_t b) {
+    int64_t sum = 0;
+    if (__builtin_add_overflow(a, b, &sum)) {
+        return b > 0 ? INT64_MAX : INT64_MIN;
+    }
+    return sum;
+}
+
+// Ends at once the pending waits whose deadlines the clock reached without passing
+// through them: it was set, not advanced.
+void endWaitsDueBy(Waits& w, int64_t now) QVNCAM_REQUIRES(w.mutex) {
+    for (auto& entry : w.byTicket) {
+        if (entry.second.deadlineUs <= now) {
+            entry.second.state = Waits::State::Due;
+        }
+    }
+    w.changed.notify_all();
+}
+
 }  // namespace
 
 namespace platform {
@@ -70,7 +90,10 @@ ClockWait::ClockWait(int ms) : mMs(ms), mTicket(0) {
     const int64_t now = gVirtualNow.load(std::memory_order_relaxed);
     if (now != kSystemClock) {
         mTicket = w.nextTicket++;
-        w.byTicket.emplace(mTicket, Waits::Waiter{now + int64_t{ms} * 1000, Waits::State::Pending});
+        w.byTicket.emplace(
+            mTicket, Waits::Waiter{saturatingAdd(now, int64_t{ms} * 1000), Waits::State::Pending});
+        // Only at the end of the scale is a deadline not ahead.
+        endWaitsDueBy(w, now);
     }
 }
 
@@ -110,7 +133,9 @@ namespace host {
 void useVirtualClock(int64_t startUs) {
     Waits& w = waits();
     MutexLock lock(w.mutex);
-    gVirtualNow.store(startUs == kSystemClock ? startUs + 1 : startUs, std::memory_order_release);
+    const int64_t now = startUs == kSystemClock ? startUs + 1 : startUs;
+    gVirtualNow.store(now, std::memory_order_release);
+    endWaitsDueBy(w, now);
 }
 
 void useSystemClock() {
@@ -166,7 +191,10 @@ void advanceClockTo(int64_t us) {
 }
 
 void advanceClockBy(int64_t us) {
-    advanceClockTo(platform::clock_now_us() + us);
+    const int64_t now = gVirtualNow.load(std::memory_order_acquire);
+    if (now != kSystemClock) {
+        advanceClockTo(saturatingAdd(now, us));
+    }
 }
 
 size_t pendingClockWaits() {

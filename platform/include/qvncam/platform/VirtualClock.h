@@ -11,7 +11,8 @@ namespace qvncam {
 namespace host {
 
 // Switches the process to a virtual clock reading `startUs` (microseconds on the system
-// clock's scale) until it is advanced.
+// clock's scale) until it is advanced. Called again, it sets the clock, back or forward:
+// pending waits keep their deadlines, and those it reaches end at once.
 void useVirtualClock(int64_t startUs);
 // Back to the system clock; waits still pending on the virtual clock end at once.
 void useSystemClock();
@@ -22,6 +23,7 @@ bool virtualClockInUse();
 // and each only after the one before has been finished (its ClockWait destroyed). So do
 // not advance the clock from a thread that holds a wait of its own.
 void advanceClockTo(int64_t us);
+// Sums that leave the int64_t range stop at its ends, as do deadlines.
 void advanceClockBy(int64_t us);
 
 // Waits registered with the virtual clock that have not yet ended.
