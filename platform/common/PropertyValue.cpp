@@ -23,7 +23,7 @@ PropertyInt readPropertyInt32(std::string_view text, int32_t defaultValue) {
     if (end == buf || overflow || result < INT32_MIN || result > INT32_MAX)
         return {defaultValue, false, false};
     // A NUL inside the value ends what libcutils sees; it is not "the whole value".
-    return {static_cast<int32_t>(result), true, end == buf + text.size()};
+    return {static_cast<int32_t>(result), true, static_cast<size_t>(end - buf) == text.size()};
 }
 
 bool parsePropertyBool(std::string_view text, bool* out) {

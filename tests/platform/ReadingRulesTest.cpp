@@ -84,7 +84,8 @@ TEST(PropertyInt32, ReadsAsLibcutilsAndSaysWhetherTheWholeValueCounted) {
     // property_get keeps 91 characters: a longer number is cut there first.
     const auto cut = qvncam::platform::readPropertyInt32(std::string(100, '0') + "5", 3);
     EXPECT_TRUE(cut.numeric && cut.value == 0 && !cut.whole);
-    const auto withNul = qvncam::platform::readPropertyInt32(std::string("7\0" "9", 3), 3);
+    using namespace std::string_literals;
+    const auto withNul = qvncam::platform::readPropertyInt32("7\09"s, 3);
     EXPECT_TRUE(withNul.numeric && withNul.value == 7 && !withNul.whole);
 }
 
