@@ -27,6 +27,12 @@ class QVNCAM_EXPORT PerfOperatorImp : public PerfOperator {
     // grant it logs an error and stays not alive. `user` (may be null) names it in traces.
     PerfOperatorImp(std::vector<int> cmds, int timeout, const char* user);
     ~PerfOperatorImp() override;
+    // One lock and one place in the live-operator list each: a copy would release the lock
+    // twice and share the list's links.
+    PerfOperatorImp(const PerfOperatorImp&) = delete;
+    PerfOperatorImp& operator=(const PerfOperatorImp&) = delete;
+    PerfOperatorImp(PerfOperatorImp&&) = delete;
+    PerfOperatorImp& operator=(PerfOperatorImp&&) = delete;
 
     bool exit() override;
     bool isAlive() override;
@@ -62,12 +68,14 @@ class QVNCAM_EXPORT PerfOperatorImp : public PerfOperator {
     int mLogLevel = 0;
     std::string mUserName;
 
-    // For the dump of live operators: the last list sent, how often it was re-issued, and
+    // For the dump of live operators: the last list sent, how often and when it was re-issued, and
     // this operator's place in the registry (LiveOperators). The dump reads these and the
     // fields above under the lock of the operator's shard; once listed, the operator changes
     // them only under that lock (LiveOperators::Guard).
     bool mReleased = false;
     int mReissues = 0;
+    // The latest re-issue: the service counts the duration afresh from it, isAlive() does not.
+    TimePoint mReissueTime{};
     std::vector<int> mCmds;
     int mLiveShard = -1;
     PerfOperatorImp* mLivePrev = nullptr;

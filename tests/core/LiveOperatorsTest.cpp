@@ -2,15 +2,18 @@
 
 #include <gmock/gmock.h>
 #include <signal.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdio>
 #include <thread>
 
 #include "Cam3PerfCtrl.h"
+#include "Cam3PerfCtrlImp.h"
 #include "PerfCtrlDump.h"
 #include "PerfCtrlHelper.h"
 #include "doubles/RecordingPowerClient.h"
+#include "qvncam/platform/VirtualClock.h"
 #include "qvncam_perfctrl.h"
 
 using namespace NSCam::NSCamFeature::NSCamPerfCtrl;
@@ -180,4 +183,56 @@ TEST_F(LiveOperatorsTest, ConcurrentOperatorsAndDumps) {
     EXPECT_TRUE(LiveOperators::snapshot().empty());
     EXPECT_TRUE(recpower::live().empty());
     EXPECT_EQ(recpower::badReleases(), 0);
+}
+
+// Threads dump while main returns: the tables the dump reads outlive the process's statics.
+TEST(DumpAtExitTest, DumpsWhileTheProcessExitsEndCleanly) {
+    for (int run = 0; run < 12; ++run) {
+        const std::string delayUs = std::to_string(run * 250);
+        const pid_t child = fork();
+        ASSERT_GE(child, 0);
+        if (child == 0) {
+            execl(DUMP_AT_EXIT_CHILD, DUMP_AT_EXIT_CHILD, delayUs.c_str(), nullptr);
+            _exit(127);
+        }
+        int status = 0;
+        ASSERT_EQ(waitpid(child, &status, 0), child);
+        ASSERT_TRUE(WIFEXITED(status)) << "run " << run << ": signal " << WTERMSIG(status);
+        EXPECT_EQ(WEXITSTATUS(status), 0) << "run " << run;
+    }
+}
+
+// Only the process's controller (getInstance()) is shown; one built and destroyed directly
+// does not make the dump call it destroyed.
+TEST_F(LiveOperatorsTest, DirectlyBuiltControllersDoNotChangeWhatTheDumpShows) {
+    { Cam3PerfCtrlImp direct; }
+    EXPECT_THAT(dumpText(), HasSubstr("controller: not created"));
+    Cam3PerfCtrl::getInstance();
+    { Cam3PerfCtrlImp second; }
+    EXPECT_THAT(dumpText(), HasSubstr("controller: created\n"));
+}
+
+// isAlive() counts from the first request, the service from the latest re-issue; the dump
+// shows both rather than call a lock the service holds "expired".
+TEST_F(LiveOperatorsTest, ReissuedLockShowsBothTheFirstRequestAndTheService) {
+    qvncam::host::useVirtualClock(1000000);
+    PerfOperatorImp op(kCmds, 1000, "inflight");
+    qvncam::host::advanceClockBy(600000);
+    ASSERT_TRUE(op.perform_extra(kMore));
+    const std::pair<int, const char*> rows[] = {
+        {200,
+         "timed, 1000 ms, 200 ms left; re-issued 200 ms ago, the service holds it 800 ms "
+         "more; age 800 ms"},
+        {200,
+         "isAlive false (1000 ms from the first request); re-issued 400 ms ago, the "
+         "service holds it 600 ms more; age 1000 ms"},
+        {700,
+         "expired, 1000 ms, ended 700 ms ago; re-issued 1100 ms ago, the service ended it "
+         "100 ms ago; age 1700 ms"},
+    };
+    for (const auto& [advanceMs, line] : rows) {
+        qvncam::host::advanceClockBy(advanceMs * 1000);
+        EXPECT_THAT(dumpText(), HasSubstr(std::string("\"inflight\" handle 1: ") + line));
+    }
+    EXPECT_FALSE(op.isAlive());
 }

@@ -1,19 +1,30 @@
 // The perf operator and its holders against the recording power-service client.
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
+#include <system_error>
 #include <thread>
 #include <tuple>
+#include <type_traits>
 
 #include "CoreTestSupport.h"
 #include "OperatorFixture.h"
 #include "common/LogCapture.h"
 
 using namespace optest;
+
+// An operator owns one lock and one place in the live-operator list: a copy or a move would
+// release the lock twice and leave the list pointing at a dead object.
+static_assert(!std::is_copy_constructible_v<PerfOperatorImp>);
+static_assert(!std::is_copy_assignable_v<PerfOperatorImp>);
+static_assert(!std::is_move_constructible_v<PerfOperatorImp>);
+static_assert(!std::is_move_assignable_v<PerfOperatorImp>);
 
 namespace {
 
@@ -126,4 +137,32 @@ TEST_F(OperatorTest, InflightInsertAndDoneFromTwoThreads) {
     producer.join();
     EXPECT_EQ(recpower::releases().size(), 2u * kRequests);  // every lock, by then
     EXPECT_EQ(recpower::badReleases(), 0);
+}
+
+// Out of threads (RLIMIT_NPROC in a child; root is exempt, so the child drops it first), a
+// timed, traced operator still holds its lock, releases it, and says its timer did not start.
+TEST_F(OperatorTest, TimedOperatorWorksWhenItsTimerCannotStart) {
+    setTraceAndLogLevel(true, 1);
+    PerfOperatorImp(kCmds, 0, "loader");  // handle 1, cookie 0: the client is loaded now
+    auto child = [] {
+        const rlimit none{0, 0};
+        if ((geteuid() == 0 && setuid(65534) != 0) || setrlimit(RLIMIT_NPROC, &none) != 0) {
+            _exit(2);
+        }
+        try {
+            std::thread([] {}).join();
+            _exit(3);  // threads still start: the test would prove nothing
+        } catch (const std::system_error&) {
+        }
+        LogCapture log;
+        bool alive = false;
+        {
+            PerfOperatorImp op(kCmds, 500, "no threads");
+            alive = op.isAlive();
+        }
+        const bool logged = coretest::countLog(log.take(), 'E', "Cam3PerfCtrl",
+                                               "traceTimeoutCb(1) timer could not start") == 1;
+        _exit(alive && logged && recpower::releases() == std::vector<int>{1, 2} ? 0 : 1);
+    };
+    EXPECT_EXIT(child(), testing::ExitedWithCode(0), "");
 }

@@ -36,9 +36,23 @@ int32_t g_multicam_zoom_cpu2_freq = NSCam::Utils::Properties::property_get_int32
 
 Cam3PerfCtrl::~Cam3PerfCtrl() = default;
 
+namespace {
+
+// The dump shows the process's one controller, from its construction to its destruction at
+// exit; other controllers (tests, tools) built directly are not announced.
+struct PublishedController {
+    Cam3PerfCtrlImp ctrl;
+    PublishedController() { publishControllerForDump(&ctrl); }
+    ~PublishedController() { publishControllerForDump(nullptr); }
+    PublishedController(const PublishedController&) = delete;
+    PublishedController& operator=(const PublishedController&) = delete;
+};
+
+}  // namespace
+
 Cam3PerfCtrl* Cam3PerfCtrl::getInstance() {
-    static Cam3PerfCtrlImp instance;
-    return &instance;
+    static PublishedController instance;
+    return &instance.ctrl;
 }
 
 Cam3PerfCtrlImp::Cam3PerfCtrlImp() {
@@ -55,11 +69,9 @@ Cam3PerfCtrlImp::Cam3PerfCtrlImp() {
     } else {
         CAM_LOGW("Failed to apply process profile: %s", kProcessProfile);
     }
-    publishControllerForDump(this);
 }
 
 Cam3PerfCtrlImp::~Cam3PerfCtrlImp() {
-    publishControllerForDump(nullptr);
     // Configure-stream list, enter-camera list, then the convertor.
     std::vector<int>().swap(mJsonCmdSet.configCamCmds);
     std::vector<int>().swap(mJsonCmdSet.enterCamCmds);

@@ -89,6 +89,7 @@ std::vector<LiveOperatorInfo> LiveOperators::snapshot() {
             info.start = op->mStartTime;
             info.cmds = op->mCmds;
             info.reissues = op->mReissues;
+            info.lastReissue = op->mReissueTime;
             out.push_back(std::move(info));
         }
     }

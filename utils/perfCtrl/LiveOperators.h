@@ -28,6 +28,7 @@ struct LiveOperatorInfo {
     PerfOperatorImp::TimePoint start{};
     std::vector<int> cmds;  // the last list sent: the acquisition or the latest re-issue
     int reissues = 0;
+    PerfOperatorImp::TimePoint lastReissue{};  // when reissues > 0
 };
 
 class LiveOperators {

@@ -13,7 +13,6 @@
 #include <iterator>
 #include <utility>
 
-#include "PerfCtrlHelper.h"
 #include "PerfOperatorImp.h"
 #include "PowerResourceIds.h"
 #include "qvncam_perfctrl.h"
@@ -115,12 +114,10 @@ void appendPairs(std::string& out, const LiveOperatorInfo& op) {
     if (op.cmds.empty()) {
         line += " none";
     }
-    const auto& names = PerfCtrlHelper::PowerEnumToStringMap;
     for (size_t i = 0; i < op.cmds.size(); i += kIntsPerPair) {
         std::string pair;
-        const auto it = names.find(op.cmds[i]);
-        if (it != names.end()) {
-            pair = it->second;
+        if (const char* name = powerResourceName(op.cmds[i])) {
+            pair = name;
         } else {
             appendf(pair, "0x%08x", static_cast<unsigned>(op.cmds[i]));
         }
@@ -142,8 +139,18 @@ void appendOperator(std::string& out, size_t index, const LiveOperatorInfo& op,
     // The user string goes in whole: it may be longer than appendf's buffer.
     appendf(out, "  #%zu \"", index);
     out += op.user;
-    appendf(out, "\" handle %d: %s", op.handle, operatorStateName(state));
     const long long elapsed = millisBetween(op.start, now);
+    // isAlive() counts the duration from the first request, the service from the latest
+    // re-issue: when they disagree, both are shown.
+    const bool reissued = op.reissues > 0 && op.timeoutMs > 0;
+    const long long sinceReissue = millisBetween(op.lastReissue, now);
+    const long long serviceLeft = op.timeoutMs - sinceReissue;
+    if (state == OperatorState::Expired && reissued && serviceLeft > 0) {
+        appendf(out, "\" handle %d: isAlive false%s (%d ms from the first request)", op.handle,
+                op.detached ? " (detached)" : "", op.timeoutMs);
+    } else {
+        appendf(out, "\" handle %d: %s", op.handle, operatorStateName(state));
+    }
     switch (state) {
         case OperatorState::Held:
             out += ", no expiry";
@@ -153,8 +160,10 @@ void appendOperator(std::string& out, size_t index, const LiveOperatorInfo& op,
             appendf(out, ", %d ms, %lld ms left", op.timeoutMs, op.timeoutMs - elapsed);
             break;
         case OperatorState::Expired:
-            appendf(out, "%s, %d ms, ended %lld ms ago", op.detached ? " (detached)" : "",
-                    op.timeoutMs, elapsed - op.timeoutMs);
+            if (!reissued || serviceLeft <= 0) {
+                appendf(out, "%s, %d ms, ended %lld ms ago", op.detached ? " (detached)" : "",
+                        op.timeoutMs, elapsed - op.timeoutMs);
+            }
             break;
         case OperatorState::NeverAcquired:
             out += " (no power-service client)";
@@ -162,6 +171,16 @@ void appendOperator(std::string& out, size_t index, const LiveOperatorInfo& op,
         case OperatorState::Refused:
         case OperatorState::Released:
             break;
+    }
+    if (reissued && (state == OperatorState::Timed || state == OperatorState::Detached ||
+                     state == OperatorState::Expired)) {
+        if (serviceLeft > 0) {
+            appendf(out, "; re-issued %lld ms ago, the service holds it %lld ms more", sinceReissue,
+                    serviceLeft);
+        } else {
+            appendf(out, "; re-issued %lld ms ago, the service ended it %lld ms ago", sinceReissue,
+                    -serviceLeft);
+        }
     }
     appendf(out, "; age %lld ms (since %s)\n", elapsed, clockText(op.start, false).c_str());
     appendPairs(out, op);

@@ -32,8 +32,8 @@ struct ControllerDumpState {
     int logLevel = 0;
 };
 
-// The controller announces itself when built (`ctrl`) and when destroyed (null), so that a
-// dump can read it without ever creating it.
+// The process's controller (getInstance()) is announced when built (`ctrl`) and when
+// destroyed (null), so that a dump can read it without ever creating it.
 void publishControllerForDump(Cam3PerfCtrlImp* ctrl);
 ControllerDumpState copyControllerDumpState();
 

@@ -1,6 +1,7 @@
 #define LOG_TAG "Cam3PerfCtrl"
 
 #include <chrono>
+#include <exception>
 #include <thread>
 #include <utility>
 
@@ -48,10 +49,17 @@ void traceTimeout(int cookie, int timeout, const std::string& user,
 // Starts the detached timer thread. The wait is made here rather than in the thread, so
 // that its time counts from the lock's start whenever the thread gets to run. (A lambda
 // local to this file keeps the thread's state type out of the library's exports.)
+// Out of threads or memory, the operator goes on without it: the lock is unaffected, and
+// the slice ends at release instead.
 void startTraceTimer(int cookie, int timeout, const std::string& user) {
-    std::thread([cookie, timeout, user, wait = qvncam::platform::ClockWait(timeout)]() mutable {
-        traceTimeout(cookie, timeout, user, std::move(wait));
-    }).detach();
+    try {
+        std::thread([cookie, timeout, user, wait = qvncam::platform::ClockWait(timeout)]() mutable {
+            traceTimeout(cookie, timeout, user, std::move(wait));
+        }).detach();
+    } catch (const std::exception& e) {
+        CAM_LOGE("traceTimeoutCb(%d) timer could not start (%s); slice %s ends at release", cookie,
+                 e.what(), user.c_str());
+    }
 }
 
 }  // namespace
@@ -164,12 +172,14 @@ bool PerfOperatorImp::perform_extra(std::vector<int> cmds) {
         CAM_LOGE("LockAcq is nullptr!");
         return false;
     }
+    const TimePoint reissued = operatorNow();
     const int handle = acq(mHandle, mTimeout, cmds.data(), static_cast<int>(cmds.size()));
     {
         LiveOperators::Guard guard(*this);
         mHandle = handle;
         mCmds.swap(cmds);  // the old list is freed after the guard
         ++mReissues;
+        mReissueTime = reissued;
     }
     if (mHandle != 0) {
         return true;
@@ -182,10 +192,11 @@ void PerfOperatorImp::printCmds(std::vector<int>& cmds) {
     if (mLogLevel == 0 || cmds.empty()) {
         return;
     }
-    const auto& names = PerfCtrlHelper::PowerEnumToStringMap;
     for (size_t i = 0; i < cmds.size(); i += kIntsPerPair) {
-        const auto it = names.find(cmds[i]);
-        const char* name = it != names.end() ? it->second.c_str() : "null";
+        const char* name = powerResourceName(cmds[i]);
+        if (name == nullptr) {
+            name = "null";
+        }
         // An odd-length list has no value for its last id; show 0 rather than read past it.
         const int value = i + 1 < cmds.size() ? cmds[i + 1] : 0;
         CAM_LOGD("cookie=%d key=%s value=%d", mCookie, name, value);

@@ -17,6 +17,10 @@ enum PowerResourceId : int {
 // A command list is a flat run of (resource id, value) pairs.
 constexpr size_t kIntsPerPair = 2;
 
+// The name of resource `id`, or null when the vocabulary has none. Unlike the exported maps
+// its table is never destroyed: the dump may run on any thread while the process exits.
+const char* powerResourceName(int id);
+
 }  // namespace NSCamPerfCtrl
 }  // namespace NSCamFeature
 }  // namespace NSCam

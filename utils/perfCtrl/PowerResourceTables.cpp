@@ -1,6 +1,9 @@
 // The power service's resource vocabulary, expanded from PowerResources.def.
 
+#include <algorithm>
+#include <array>
 #include <tuple>
+#include <type_traits>
 #include <utility>
 
 #include "PerfCtrlHelper.h"
@@ -67,10 +70,42 @@ size_t permittedRows() {
     return n;
 }
 
+// Ids in order, each with the offset of its name in kNames; the first row wins a repeated id,
+// as in PowerEnumToStringMap. Trivially destructible, so never destroyed.
+struct NameIndex {
+    struct Row {
+        int id;
+        unsigned short offset;
+    };
+    std::array<Row, kRows> rows;
+};
+static_assert(std::is_trivially_destructible_v<NameIndex>);
+static_assert(sizeof(kNames) <= 0x10000, "name offsets fit in 16 bits");
+
+NameIndex buildNameIndex() {
+    NameIndex index{};
+    size_t offset = 0;
+    forEachRow([&](size_t i, const char*, size_t length) {
+        index.rows[i] = {kIds[i], static_cast<unsigned short>(offset)};
+        offset += length + 1;
+    });
+    std::stable_sort(index.rows.begin(), index.rows.end(),
+                     [](const NameIndex::Row& a, const NameIndex::Row& b) { return a.id < b.id; });
+    return index;
+}
+
 // The earliest priority a program may use.
 constexpr int kTablesInitPriority = 101;
 
 }  // namespace
+
+const char* powerResourceName(int id) {
+    static const NameIndex index = buildNameIndex();
+    const auto it =
+        std::lower_bound(index.rows.begin(), index.rows.end(), id,
+                         [](const NameIndex::Row& row, int wanted) { return row.id < wanted; });
+    return it != index.rows.end() && it->id == id ? kNames + it->offset : nullptr;
+}
 
 // Other static initialisers of the library may look names up, so the tables are built
 // ahead of them, each in buckets sized up front.
