@@ -11,8 +11,12 @@
 #include <chrono>
 #include <climits>
 #include <condition_variable>
-#include <map>
+#include <memory>
+#include <set>
 #include <thread>
+#include <unordered_map>
+#include <utility>
+#include <vector>
 
 #include "qvncam/platform/Clock.h"
 #include "qvncam/platform/ThreadAnnotations.h"
@@ -28,17 +32,29 @@ constexpr int64_t kSystemClock = INT64_MIN;  // gVirtualNow when no virtual cloc
 std::atomic<int64_t> gVirtualNow{kSystemClock};
 
 struct Waits {
-    enum class State { Pending, Due };
     struct Waiter {
         int64_t deadlineUs;
-        State state;
+        bool due;
+        // Only the wait's own thread sleeps on it, so ending one wait wakes no other.
+        std::condition_variable* wake;
     };
     Mutex mutex;
-    std::condition_variable changed;
-    // Tickets count up: ties go to the older wait.
-    std::map<uint64_t, Waiter> byTicket QVNCAM_GUARDED_BY(mutex);
+    // Every registered wait until its ClockWait is destroyed.
+    std::unordered_map<uint64_t, Waiter> byTicket QVNCAM_GUARDED_BY(mutex);
+    // The waits not yet due, in the order they fall due. Tickets count up: ties go to the
+    // older wait.
+    std::set<std::pair<int64_t, uint64_t>> pending QVNCAM_GUARDED_BY(mutex);
     uint64_t nextTicket QVNCAM_GUARDED_BY(mutex) = 1;
-    Mutex advancing;  // one advance at a time; taken before `mutex`
+    // Waiters' condition variables are reused, never freed: one may be notified after the
+    // mutex is let go, when its wait may already be gone (a stray wakeup for the next
+    // owner, which checks its flag again).
+    std::vector<std::unique_ptr<std::condition_variable>> spareWakes QVNCAM_GUARDED_BY(mutex);
+    // The advance under way: where it stops, and the wait it ended and waits to see
+    // destroyed (0: none, the advance is over).
+    int64_t targetUs QVNCAM_GUARDED_BY(mutex) = 0;
+    uint64_t finishing QVNCAM_GUARDED_BY(mutex) = 0;
+    std::condition_variable finished;  // the advancing thread sleeps on it
+    Mutex advancing;                   // one advance at a time; taken before `mutex`
 };
 
 // Never destroyed: detached timer threads may still wait while the process exits.
@@ -61,15 +77,45 @@ int64_t saturatingAdd(int64_t a, int64_t b) {
     return sum;
 }
 
+// Ends the first pending wait; returns what its thread sleeps on.
+std::condition_variable* endFirstPending(Waits& w) QVNCAM_REQUIRES(w.mutex) {
+    Waits::Waiter& waiter = w.byTicket.at(w.pending.begin()->second);
+    w.pending.erase(w.pending.begin());
+    waiter.due = true;
+    return waiter.wake;
+}
+
 // Ends at once the pending waits whose deadlines the clock reached without passing
 // through them: it was set, not advanced.
 void endWaitsDueBy(Waits& w, int64_t now) QVNCAM_REQUIRES(w.mutex) {
-    for (auto& entry : w.byTicket) {
-        if (entry.second.deadlineUs <= now) {
-            entry.second.state = Waits::State::Due;
-        }
+    while (!w.pending.empty() && w.pending.begin()->first <= now) {
+        endFirstPending(w)->notify_one();
     }
-    w.changed.notify_all();
+}
+
+// One step of the advance under way: ends the next wait due by its target, the clock
+// reading that wait's deadline, or, when none is left, moves the clock to the target and
+// ends the advance. Returns the condition variable to notify. The thread that destroys
+// the ended wait takes the next step itself: each wait costs one thread switch rather
+// than a round trip through the advancing thread.
+std::condition_variable* advanceStep(Waits& w) QVNCAM_REQUIRES(w.mutex) {
+    const int64_t now = gVirtualNow.load(std::memory_order_relaxed);
+    w.finishing = 0;
+    if (now == kSystemClock) {
+        return &w.finished;
+    }
+    if (w.pending.empty() || w.pending.begin()->first > w.targetUs) {
+        if (w.targetUs > now) {
+            gVirtualNow.store(w.targetUs, std::memory_order_release);
+        }
+        return &w.finished;
+    }
+    const auto [deadline, ticket] = *w.pending.begin();
+    if (deadline > now) {
+        gVirtualNow.store(deadline, std::memory_order_release);
+    }
+    w.finishing = ticket;
+    return endFirstPending(w);
 }
 
 }  // namespace
@@ -88,13 +134,20 @@ ClockWait::ClockWait(int ms) : mMs(ms), mTicket(0) {
     Waits& w = waits();
     MutexLock lock(w.mutex);
     const int64_t now = gVirtualNow.load(std::memory_order_relaxed);
-    if (now != kSystemClock) {
-        mTicket = w.nextTicket++;
-        w.byTicket.emplace(
-            mTicket, Waits::Waiter{saturatingAdd(now, int64_t{ms} * 1000), Waits::State::Pending});
-        // Only at the end of the scale is a deadline not ahead.
-        endWaitsDueBy(w, now);
+    if (now == kSystemClock) {
+        return;
     }
+    if (w.spareWakes.empty()) {
+        w.spareWakes.push_back(std::make_unique<std::condition_variable>());
+    }
+    mTicket = w.nextTicket++;
+    const int64_t deadline = saturatingAdd(now, int64_t{ms} * 1000);
+    w.byTicket.emplace(mTicket, Waits::Waiter{deadline, false, w.spareWakes.back().get()});
+    w.spareWakes.back().release();
+    w.spareWakes.pop_back();
+    w.pending.emplace(deadline, mTicket);
+    // Only at the end of the scale is a deadline not ahead.
+    endWaitsDueBy(w, now);
 }
 
 ClockWait::ClockWait(ClockWait&& other) noexcept : mMs(other.mMs), mTicket(other.mTicket) {
@@ -106,9 +159,23 @@ ClockWait::~ClockWait() {
         return;
     }
     Waits& w = waits();
-    MutexLock lock(w.mutex);
-    w.byTicket.erase(mTicket);
-    w.changed.notify_all();
+    std::condition_variable* next = nullptr;
+    {
+        MutexLock lock(w.mutex);
+        auto it = w.byTicket.find(mTicket);
+        if (!it->second.due) {
+            w.pending.erase({it->second.deadlineUs, mTicket});
+        }
+        w.spareWakes.emplace_back(it->second.wake);
+        w.byTicket.erase(it);
+        if (w.finishing == mTicket) {
+            next = advanceStep(w);
+        }
+    }
+    // Outside the mutex, so that the woken thread does not wake only to wait for it.
+    if (next != nullptr) {
+        next->notify_one();
+    }
 }
 
 void ClockWait::wait() {
@@ -120,10 +187,8 @@ void ClockWait::wait() {
     }
     Waits& w = waits();
     CondLock lock(w.mutex);
-    w.changed.wait(lock.forWait(), [&]() QVNCAM_REQUIRES(w.mutex) {
-        auto it = w.byTicket.find(mTicket);
-        return it == w.byTicket.end() || it->second.state == Waits::State::Due;
-    });
+    const Waits::Waiter& waiter = w.byTicket.at(mTicket);
+    waiter.wake->wait(lock.forWait(), [&] { return waiter.due; });
 }
 
 }  // namespace platform
@@ -142,10 +207,9 @@ void useSystemClock() {
     Waits& w = waits();
     MutexLock lock(w.mutex);
     gVirtualNow.store(kSystemClock, std::memory_order_release);
-    for (auto& entry : w.byTicket) {
-        entry.second.state = Waits::State::Due;
-    }
-    w.changed.notify_all();
+    endWaitsDueBy(w, INT64_MAX);
+    w.finishing = 0;
+    w.finished.notify_one();
 }
 
 bool virtualClockInUse() {
@@ -156,38 +220,11 @@ void advanceClockTo(int64_t us) {
     Waits& w = waits();
     MutexLock oneAtATime(w.advancing);
     platform::CondLock lock(w.mutex);
-    for (;;) {
-        const int64_t now = gVirtualNow.load(std::memory_order_relaxed);
-        if (now == kSystemClock) {
-            return;
-        }
-        auto next = w.byTicket.end();
-        for (auto it = w.byTicket.begin(); it != w.byTicket.end(); ++it) {
-            const Waits::Waiter& waiter = it->second;
-            if (waiter.state == Waits::State::Pending && waiter.deadlineUs <= us &&
-                (next == w.byTicket.end() || waiter.deadlineUs < next->second.deadlineUs)) {
-                next = it;
-            }
-        }
-        if (next == w.byTicket.end()) {
-            if (us > now) {
-                gVirtualNow.store(us, std::memory_order_release);
-            }
-            return;
-        }
-        if (next->second.deadlineUs > now) {
-            gVirtualNow.store(next->second.deadlineUs, std::memory_order_release);
-        }
-        next->second.state = Waits::State::Due;
-        const uint64_t ticket = next->first;
-        w.changed.notify_all();
-        // The woken thread finishes its work before the clock moves on, so that what
-        // timers do happens in the order of their deadlines.
-        w.changed.wait(lock.forWait(), [&]() QVNCAM_REQUIRES(w.mutex) {
-            return w.byTicket.count(ticket) == 0 ||
-                   gVirtualNow.load(std::memory_order_relaxed) == kSystemClock;
-        });
-    }
+    w.targetUs = us;
+    advanceStep(w)->notify_one();
+    // Each woken thread finishes its work before the clock moves on, so that what timers
+    // do happens in the order of their deadlines.
+    w.finished.wait(lock.forWait(), [&]() QVNCAM_REQUIRES(w.mutex) { return w.finishing == 0; });
 }
 
 void advanceClockBy(int64_t us) {
@@ -200,11 +237,7 @@ void advanceClockBy(int64_t us) {
 size_t pendingClockWaits() {
     Waits& w = waits();
     MutexLock lock(w.mutex);
-    size_t pending = 0;
-    for (const auto& entry : w.byTicket) {
-        pending += entry.second.state == Waits::State::Pending ? 1 : 0;
-    }
-    return pending;
+    return w.pending.size();
 }
 
 }  // namespace host

@@ -53,6 +53,24 @@ struct Timers {
     }
 };
 
+TEST(ClockTimerThreads, OnlyDueWaitsEndEachInDeadlineOrderAtItsDeadline) {
+    host::useVirtualClock(1000000);
+    Timers timers;
+    timers.start("d30", 30);
+    timers.start("a10", 10, 15);  // again at 25, before d30 and its twin
+    timers.start("f50", 50);
+    timers.start("b20", 20);
+    timers.start("e30", 30);  // made after d30: ends after it
+    host::advanceClockBy(40000);
+    EXPECT_EQ(timers.log, (std::vector<std::string>{"a10@1010000", "b20@1020000", "a10'@1025000",
+                                                    "d30@1030000", "e30@1030000"}));
+    EXPECT_EQ(clock_now_us(), 1040000);
+    EXPECT_EQ(host::pendingClockWaits(), 1u);
+    host::advanceClockBy(10000);
+    EXPECT_EQ(timers.log.back(), "f50@1050000");
+    EXPECT_EQ(host::pendingClockWaits(), 0u);
+}
+
 // Times stop at the ends of the scale; a wait whose deadline is past the end ends there.
 TEST(ClockTimerThreads, ArithmeticSaturatesAtTheEndsOfTheScale) {
     const struct {
