@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The customisation library of the benchmarks: fixed answers shaped like a device maker's.
 // Enter camera adds one lock of two pairs, configure stream one of two pairs plus C2PS and
 // scene keys, every request one lock of four pairs; every thread may run on the CPUs the

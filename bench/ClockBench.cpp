@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Advancing the virtual clock past many pending waits, as a session simulation does with
 // one trace timer per timed lock. Each wait is made on this thread and handed to a worker,
 // as the controller hands its timers' waits to their threads; every worker is asleep in

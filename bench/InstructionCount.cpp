@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Instructions per operation and per floor, counted by callgrind (see bench/run):
 //   valgrind --tool=callgrind qvncam_bench_icount [ITERATIONS]
 // Each operation runs ITERATIONS times between a reset and a dump of callgrind's counters;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The cost of loading a library, measured once in this (fresh) process:
 //   qvncam_bench_load [--heap] LIB [PRELOAD...]
 // PRELOAD libraries are loaded first, so that their cost is left out. Prints one line:

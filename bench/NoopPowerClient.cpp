@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A power-service client that grants every lock and does nothing else. Measured against it,
 // what remains of an operation is the controller's own cost.
 

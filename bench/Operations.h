@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 // The measured operations of the controller, each paired with its floor: the power-service

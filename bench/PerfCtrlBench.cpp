@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Timing of every controller operation next to its floor, in the same run (see bench/run).
 
 #include <benchmark/benchmark.h>

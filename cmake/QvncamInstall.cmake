@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 include(CMakePackageConfigHelpers)
 
 # qvncam_clock: the host platform clock the library needs (and the host power service).

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Warnings are errors in our own code. With clang, so is every access to data that its
 # lock's annotations (QVNCAM_GUARDED_BY and kin) say must be locked.
 function(qvncam_warnings target)

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # qvncam_write_sources(target...): writes the C and C++ sources each existing target
 # compiles, objects of object libraries included, one path relative to the source tree a
 # line, to BUILD/qvncam-sources/TARGET.txt, so that a check can hold Android.bp to them.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 // Set-up shared by the fuzz targets that drive the controller in-process. The platform part

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Fuzz set-up on a device: property overrides of the platform's test hook, files under
 // /data/local/tmp.
 

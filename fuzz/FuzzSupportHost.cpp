@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Fuzz set-up on a Linux host: in-process property overrides, files in memory.
 
 #include <stdlib.h>

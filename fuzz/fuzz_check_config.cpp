@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // qvnperfctl check-config on any file: it reports and exits with a status, never crashes.
 
 #include <cstdint>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // qvncam_perfctrl_dump() against operators created, re-issued, detached, released and
 // destroyed in the order the input decides. Each dump between steps lists exactly the live
 // operators; for a bounded part of each input a second thread dumps meanwhile, and each of

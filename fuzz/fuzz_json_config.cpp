@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The JSON configuration, as a file read by the convertor, through enter-camera and
 // configure-stream: whatever the file holds, opening the camera returns its holder.
 

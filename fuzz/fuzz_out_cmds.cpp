@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Customisation output maps: names (known resources, control keys or any bytes) with any
 // values, turned into command lists, C2PS set-up and the affinity scene, and laid on locks
 // through the configure-stream and in-flight paths.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The host power service's request handling: sequences of acquires (new locks, re-issues of
 // live, released or invented handles, lists of any length and content, any duration),
 // releases and inspection calls. Every input starts from an empty service.

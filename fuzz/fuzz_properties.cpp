@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The host property file: any bytes as the file's content, then reads of the properties the
 // controller uses and of names taken from the file itself, through every typed reader.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // qvnperfctl's session scripts: any text through the tool's JSON reader and script parser.
 // Problems are reported, never fatal.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The host's virtual clock: sequences of settings, advances (to a time or by a span), reads
 // and short waits, each wait made here and handed to one of two helper threads as timers
 // are. After each step the clock must read what a model of it says (never back while

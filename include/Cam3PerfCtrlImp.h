@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 // The controller behind Cam3PerfCtrl::getInstance(). Callers reach it by

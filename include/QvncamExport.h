@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 // Symbols of libqvncam_perfctrl are hidden by default; only what is marked here is exported.

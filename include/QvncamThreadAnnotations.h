@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 // Clang thread-safety annotations, and a mutex that carries them: each lock of the library

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #ifndef QVNCAM_PERFCTRL_H
 #define QVNCAM_PERFCTRL_H
 

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # The main job: builds everything, then plays the photo-preview camera session
 # through the controller against the host power service with the example
 # customisation library, printing every lock it takes.

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # The Debian packages that the build, the tests and the CI checks need.
 #   scripts/deps.sh          install the missing ones (as root, with apt-get)
 #   scripts/deps.sh --list   print the list, one per line

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # Builds everything and runs the whole test suite.
 #   scripts/test.sh [BUILD_DIR]      (default: build)
 # Installs missing Debian packages first when run as root.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Opens the controller, asks for a capture boost and places the calling thread,
 // printing what it got. Without a power service on LD_LIBRARY_PATH the boost holds
 // no lock; that is reported, not an error.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Loads the project's Android.bp into Soong's own cc test fixture, as a vendor tree
 // would: real module types, defaults, vendor image variants, dependency resolution,
 // visibility, neverallow rules and source paths, every error reported.

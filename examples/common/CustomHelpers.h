@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 // What the example customisation libraries (../custom and ../power_saving) share: the

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Example customisation library for the camera performance controller.
 //
 // The controller (libqvncam_perfctrl.so) opens "libcameracustom.so" once, when it is

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A power-saving customisation policy, to set against the example policy in
 // ../custom/CameraCustom.cpp with
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The platform clock on a device: the system clock, and plain sleeps.
 
 #include "qvncam/platform/Clock.h"

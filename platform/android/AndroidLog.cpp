@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The Android log on a device: liblog, and the test hook's sink when one is installed.
 
 #include "qvncam/platform/AndroidLog.h"

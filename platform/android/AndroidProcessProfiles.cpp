@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Process profiles on a device: libprocessgroup.
 
 #include "qvncam/platform/ProcessProfiles.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // System properties on a device: libcutils reads the property service, under the test
 // hook's overrides.
 

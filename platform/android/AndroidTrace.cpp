@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // System trace on a device: libcutils' atrace.
 
 #include "qvncam/platform/Trace.h"

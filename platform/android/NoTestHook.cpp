@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The back ends' side of the test hook in a shipped library: no override, no sink. The
 // setters are left undefined, so that a shipped library calling one fails to link.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Our stand-in for the platform's C2PS controller: it logs the record and hands it to
 // the host controls when they are linked.
 

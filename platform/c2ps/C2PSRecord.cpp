@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The last record the C2PS stand-in received, kept for the host controls.
 
 #include "qvncam/platform/C2PSRecord.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The Android log on a Linux host: standard error in logcat's brief format, and the
 // test hook's sink when one is installed.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The platform clock on a host: the system clock, or a virtual clock moved by its caller.
 //
 // It is a shared library of its own (libqvncam_clock.so) that the controller and the host

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Host controls over the shared platform pieces: the unified logger's settings and
 // the last C2PS record.
 

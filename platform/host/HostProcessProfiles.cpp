@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Process profiles on a Linux host: known profiles succeed without effect.
 
 #include <atomic>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // System properties on a Linux host: the file named by QVNCAM_PROPERTIES, one
 // name=value per line, under the test hook's overrides.
 

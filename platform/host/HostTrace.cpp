@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // System trace on a Linux host: atrace's text form, to QVNCAM_TRACE_FILE or else to
 // the kernel's trace marker.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 // The host property file's format, shared by the host back end and qvnperfctl so that

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 // The one gated logging macro. Each file defines LOG_TAG before including this.

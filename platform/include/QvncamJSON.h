@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 // The camera platform's JSON facility: a convertor that loads a configuration

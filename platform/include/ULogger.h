@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 // The camera platform's unified logger: a detail level, a normal-details mask and a

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The unified logger: its three settings come from properties at first use and again
 // after the test hook's property overrides change; its lines go to the file named by
 // QVNCAM_ULOG_FILE (dropped without it).

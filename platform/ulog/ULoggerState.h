@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 // The stand-in logger's state shared with the host controls, which re-read its settings.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /*
  * Host power service: libqvnperf_client_vendor.so.
  *

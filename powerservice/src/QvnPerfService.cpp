@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The exported C surface: the lock protocol and the inspection API.
 
 #include "QvnPerfService.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 // Lines on standard error in logcat's brief format, like the rest of the host

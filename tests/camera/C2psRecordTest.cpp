@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The C2PS record reaches the platform whole: every field, and the padding zeroed.
 
 #include <cstring>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 // Shared pieces of the camera-operation tests: a fixture with its own controller and the

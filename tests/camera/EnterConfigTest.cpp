@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Opening and configuring a camera with the complete customisation library: where the
 // custom enter-camera lock comes from, the configure-stream paths, and C2PS set-up.
 

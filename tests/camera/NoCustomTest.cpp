@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Camera operations on a device without a customisation library: boosts, per-task EAS,
 // the platform enter-camera list and the JSON command sets.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // In-flight requests, thread placement and a whole camera session with the complete
 // customisation library.
 

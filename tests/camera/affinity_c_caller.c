@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Thread placement through the exported C functions, from C, against the shared library.
 
 #define _GNU_SOURCE

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 // Reaches the controller's private steps and fields, for the tests and the fuzz targets.

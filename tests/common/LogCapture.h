@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 // Captures the Android log's lines through the platform's test hook, in logcat's brief

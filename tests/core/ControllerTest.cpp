@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The controller instance, without a customisation library.
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Customisation loading; built once per library variant (CUSTOM_VARIANT: none, complete,
 // CPU-query only, without the runtime entry), each with its own suite name (CUSTOM_SUITE).
 

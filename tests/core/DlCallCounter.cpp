@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Counts the dlopen and dlsym calls of this test executable, linked with -Wl,--wrap for
 // both.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Dumps from several threads while main returns and the process's statics are destroyed.
 // The parent (LiveOperatorsTest) runs it and expects a clean exit.
 

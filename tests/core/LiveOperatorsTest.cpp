@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The registry of live operators and qvncam_perfctrl_dump(), against the recording client.
 
 #include <gmock/gmock.h>

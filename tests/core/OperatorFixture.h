@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 // The perf-operator tests' fixture: the recording power client, fresh, and no overrides.

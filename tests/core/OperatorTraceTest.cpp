@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What only a host shows of the perf operator: its trace slices, read from the host back
 // end's trace file, and its expiry on the virtual clock.
 

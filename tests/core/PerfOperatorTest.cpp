@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The perf operator and its holders against the recording power-service client.
 
 #include <gtest/gtest.h>

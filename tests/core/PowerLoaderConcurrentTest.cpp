@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Boosts on four threads against a power-service client that lacks one entry; built once
 // per client (POWER_VARIANT 0: no "perf_lock_rel", 1: no "perf_lock_acq"), each with its
 // own suite name (POWER_SUITE).

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The power-service client loader; built once per client variant (POWER_VARIANT: none,
 // without the release entry, recording), each with its own suite name (POWER_SUITE).
 

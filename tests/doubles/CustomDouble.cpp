@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Scriptable customisation library. The CUSTOMDBL_HAVE_* switches choose which of the
 // four entries a variant exports.
 

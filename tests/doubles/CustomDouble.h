@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 // Scriptable customisation library ("libcameracustom.so" built from CustomDouble.cpp).

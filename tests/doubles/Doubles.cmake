@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Where the test doubles land and which targets build them. Included by
 # tests/doubles/CMakeLists.txt and by any test folder that uses the doubles; the
 # paths depend only on CMAKE_BINARY_DIR, so the order of add_subdirectory does not

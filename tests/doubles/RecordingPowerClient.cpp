@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Recording stand-in for the power service's client library. Built three times: the full
 // client, one that lacks the release entry (RECPOWER_NO_RELEASE) and one that lacks the
 // acquire entry (RECPOWER_NO_ACQUIRE).

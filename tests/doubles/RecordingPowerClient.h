@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 // Reaches the recording power-service client ("libqvnperf_client_vendor.so" built

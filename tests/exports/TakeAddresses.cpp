@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Built against the installed headers and linked against the installed shared library
 // alone. nameAll() names every function those headers declare (virtual ones through
 // qualified calls, which bind to the definition, not to the vtable), so the link fails for

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # Checks what libqvncam_perfctrl.so shows the dynamic linker: the public surface (with
 # the host-only test controls of this host build) is exported, nothing of the platform
 # seam or the controller's private steps is, and the

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # Installs the build into a scratch prefix and checks what a program built from that
 # prefix sees: every installed header compiles alone (the C header also as C), and a
 # program naming every declared function (TakeAddresses.cpp) links against the shared

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Fault injection. Which power-service client and customisation library are found and how
 // they answer, and what the JSON configuration and the properties hold: each case has one
 // defined outcome, every operation still returns the object it promises, nothing crashes,

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The host back end of the platform seam: properties, logging, trace, C2PS and the
 // JSON configuration convertor.
 #define LOG_TAG "LogTest"

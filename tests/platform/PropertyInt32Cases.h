@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 // libcutils' property_get_int32 on each value, with -77 as the default: strtoimax with

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The integer-property table on a device: each value set as a real property must read as
 // the table says through the device's own libcutils, and our reading rules must agree.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The reading rules shared by the controller and its tool: JSON nesting, integers and
 // integer properties.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The platform's test hook: the log sink sees each Android log line as the log does, and
 // the logger follows property overrides without being told to re-read them.
 #define LOG_TAG "HookTest"

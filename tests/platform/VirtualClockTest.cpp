@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The host's virtual clock and the timer threads that wait on it.
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Loads the service the way the controller does, takes a lock without expiry and a
 // timed one, and exits; with argv[1] "released-at-exit" a static destructor releases
 // the first. The test reads the report the service writes at exit.

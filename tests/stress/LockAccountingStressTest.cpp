@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Several threads run every operation of the controller against the host power service for
 // a few rounds, bounded in count and in time. After each round every lock must have ended
 // exactly once (released, or expired by its duration, detached or not), no release may have

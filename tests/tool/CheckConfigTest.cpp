@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // qvnperfctl check-config and resources, and the command line every command shares.
 
 #include <sys/stat.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // qvnperfctl compare on the examples' what-if, on a leaking side and on bad command lines.
 
 #include "Golden.h"
@@ -43,6 +44,16 @@ TEST(Compare, SameTuningOnBothSidesShowsNoDifference) {
     EXPECT_THAT(run.out, testing::Not(HasSubstr("first difference")));
 }
 
+TEST(Compare, ASessionAfterDoubleDashPlaysOnBothSides) {
+    for (const std::vector<std::string>& args :
+         {std::vector<std::string>{"compare", "--a", "--b", "--", kPreview},
+          std::vector<std::string>{"compare", kPreview, "--a", "--b", "--"}}) {
+        const ToolRun run = runTool(args);
+        EXPECT_EQ(run.status, 0) << run.err;
+        EXPECT_THAT(run.out, HasSubstr("no difference"));
+    }
+}
+
 TEST(Compare, AProblemOnEitherSideExitsOne) {
     const ToolRun run = runTool({"compare", TOOL_TEST_DATA "/leaking_session.json", "--a", "--b"});
     EXPECT_EQ(run.status, 1) << run.out << run.err;
@@ -70,6 +81,8 @@ TEST(Compare, BadCommandLinesExitTwoBeforeAnythingRuns) {
         {{kPreview, "--svg=", "--a", "--b"}, "--svg needs a value"},
         {{kPreview, "--sv=", "--a", "--b"}, "--svg needs a value"},
         {{kPreview, "--a", "--b", "--colour"}, "side B: unknown option --colour"},
+        {{kPreview, "--a=1", "--b"}, "--a takes no value"},
+        {{kPreview, "--a", "--b=x"}, "--b takes no value"},
         {{"--a", "--prop", "x", "--b"}, "side A: --prop needs NAME=VALUE"},
         {{"--a", "--b"}, "missing SESSION.json"},
         {{kPreview, "--svg", "/no/such/dir/x.svg", "--a", "--b"}, "cannot write /no/such/dir/x.svg"},

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // check-config --show against the controller: for each configuration, the lists the tool
 // says the controller sends are the lists the recording power client receives.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The simulator's dump step: every live lock of the power service belongs to exactly one
 // operator the dump lists, and every listed operator that holds a lock has it there.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 // Golden files of the tool's whole output. After a meant change of the output:

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Where the tool writes: standard output, FIFOs, devices and directories given as output
 // paths, FIFOs given as inputs. Nothing hangs, and what cannot be written is an I/O error.
 
@@ -42,16 +43,35 @@ class FifoReader {
 };
 
 TEST(OutputFiles, WriteErrorsOnStandardOutputExitTwo) {
-    const std::vector<std::string> commands[] = {
-        {"simulate", kSession},
-        {"compare", kSession, "--a", "--b"},
-        {"check-config", "--show", EXAMPLES_DIR "/config/perf_config.json"},
-        {"resources"}};
-    for (const auto& args : commands) {
+    const std::pair<std::vector<std::string>, std::string> commands[] = {
+        {{"simulate", kSession}, "qvnperfctl simulate"},
+        {{"compare", kSession, "--a", "--b"}, "qvnperfctl compare"},
+        {{"check-config", "--show", EXAMPLES_DIR "/config/perf_config.json"},
+         "qvnperfctl check-config"},
+        {{"resources"}, "qvnperfctl resources"},
+        {{"--help"}, "qvnperfctl"}};
+    for (const auto& [args, who] : commands) {
         const ToolRun run = runTool(args, "/dev/full");
         EXPECT_EQ(run.status, 2) << args[0];
-        EXPECT_THAT(run.err, HasSubstr("qvnperfctl " + args[0] +
-                                       ": cannot write standard output: No space left on device"));
+        EXPECT_THAT(run.err,
+                    HasSubstr(who + ": cannot write standard output: No space left on device"));
+    }
+}
+
+// A closed standard output is a write error of the command itself, and no output file
+// opened meanwhile takes its place.
+TEST(OutputFiles, ClosedStandardOutputIsAnErrorAndNoFileTakesItsPlace) {
+    const std::string svg = tempPath("closed.svg"), err = tempPath("closed.err");
+    const std::string commands[] = {"compare '" + kSession + "' --a --b",
+                                    "compare '" + kSession + "' --svg " + svg + " --a --b",
+                                    "simulate '" + kSession + "' --svg " + svg};
+    for (const std::string& command : commands) {
+        const int status = std::system((QVNPERFCTL_PATH " " + command + " >&- 2>" + err).c_str());
+        EXPECT_EQ(WEXITSTATUS(status), 2) << command;
+        EXPECT_THAT(readText(err), HasSubstr(command.substr(0, command.find(' ')) +
+                                             ": cannot write standard output"));
+        EXPECT_THAT(readText(err), testing::Not(HasSubstr("could not run"))) << command;
+        EXPECT_THAT(readText(svg), testing::StartsWith("<?xml")) << command;
     }
 }
 

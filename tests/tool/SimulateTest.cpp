@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // qvnperfctl simulate: the example sessions against golden files of their whole output, and
 // faulty scripts, hostile labels, refused locks and a reader that goes away.
 //

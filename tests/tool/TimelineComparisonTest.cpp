@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The pieces of qvnperfctl compare that need no simulation: the timeline file, the
 // time at each value, where two timelines part, and text that fits.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Structural checks over the whole resource vocabulary.
 
 #include <gtest/gtest.h>

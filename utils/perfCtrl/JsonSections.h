@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 // How the controller reads a section of its JSON configuration ("enter_cam",

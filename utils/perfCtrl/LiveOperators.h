@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 // The registry of live perf operators: every PerfOperatorImp is listed from the end of its

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "Cam3PerfCtrl.h"
 #include "NSCamProperties.h"
 #include "PerfCtrlHelper.h"

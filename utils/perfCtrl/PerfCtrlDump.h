@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 // The text of qvncam_perfctrl_dump(): the controller's state and every live operator.

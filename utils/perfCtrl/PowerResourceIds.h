@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 // Named ids of the power-service resources, generated from the vocabulary data file.

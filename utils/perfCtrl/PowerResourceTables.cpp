@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The power service's resource vocabulary, expanded from PowerResources.def.
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 // Debian's android-libcutils-dev includes this bionic header but no package ships it;

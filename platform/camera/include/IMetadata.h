@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 // Camera metadata: entries of integer items keyed by tag. Header-only so that a

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // qvnperfctl check-config: the check a device maker runs on a JSON configuration
 // before flashing it.
 

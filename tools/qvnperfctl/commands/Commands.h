@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 // The subcommands; each takes the arguments after its name and returns the exit status.

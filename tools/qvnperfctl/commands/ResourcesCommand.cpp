@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // qvnperfctl resources: look-ups in the controller's power-resource vocabulary.
 
 #include <QvnPerfService.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // qvnperfctl simulate: plays a session script through the controller against the host
 // power service and shows what it asked for.
 

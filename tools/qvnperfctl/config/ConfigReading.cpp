@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A JSON configuration read as the controller reads it, with the problems a device
 // maker must fix before flashing it.
 

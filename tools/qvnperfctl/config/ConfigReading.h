@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 // The checks of `qvnperfctl check-config` on a JSON configuration, read as the

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 // The power-resource vocabulary as the controller loaded it (its exported tables),

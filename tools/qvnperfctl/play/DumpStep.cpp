@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The `dump` step's notes: the controller's own dump beside the power service's live locks.
 
 #include <qvncam_perfctrl.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 // The simulation proper, in the process that relaunch() prepared: the controller as

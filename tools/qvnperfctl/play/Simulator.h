@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 // Plays a session script through the controller, on the virtual clock or in real time,

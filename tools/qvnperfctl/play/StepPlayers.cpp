@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The players of each step kind: each calls the controller as a camera pipeline would
 // and records what it did as one timeline entry.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 // A JSON file kept with its text, so that messages can name the line of any value

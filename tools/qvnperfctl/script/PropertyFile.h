@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 // The host properties file (name=value lines) that QVNCAM_PROPERTIES names; the

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 // Reading a session script: shared by the script reader (SessionScript.cpp) and the

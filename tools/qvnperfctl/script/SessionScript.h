@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 // Session scripts: a camera session as a JSON list of steps that the simulator plays

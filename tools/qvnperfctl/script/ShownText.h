@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 // Text from a script, a file or the command line as the tool shows it back on a terminal:

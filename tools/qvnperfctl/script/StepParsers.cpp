@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The parsers of each step kind: a step's members into its action, checked against what
 // the steps before it did to the camera.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 // Pieces both pictures draw the same way: text that fits, a time axis in a readable

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 // compare's text: the sides' tunings, the first difference, the time at each value of

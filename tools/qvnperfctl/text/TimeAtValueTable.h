@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 // The table that ends a simulation's summary: how long each resource spent at each

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 // Two timelines of one session under two tunings, side by side: which resources behave

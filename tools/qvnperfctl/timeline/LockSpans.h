@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 // The timeline reshaped for pictures: each lock as a bar over its lifetime, and the

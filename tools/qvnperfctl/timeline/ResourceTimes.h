@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 // How long each resource spent at each effective value, read from a timeline. A floor

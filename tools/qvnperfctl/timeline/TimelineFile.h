@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 // A timeline as a JSON file: a simulation writes it in its own process and the one that

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 // The Android log (liblog on a device; standard error in logcat's brief format on a host).

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 // The last record C2PSMachine::init received, kept for the host controls.

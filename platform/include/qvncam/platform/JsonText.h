@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 // How the JSON convertor reads a configuration file: which files it loads and how it

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 // The project's strict integer reading, for its own inputs (scripts, configurations,

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 // How a property's text reads as a number or a switch, and property_get's copy of a

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 // The test hook of the platform seam, the same on every back end: property overrides

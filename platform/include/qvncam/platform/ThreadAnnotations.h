@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 // The library's annotated Mutex, for platform sources, and the locks only they need: a

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 // Host-only control of the platform clock (qvncam/platform/Clock.h), for tests and the
