@@ -28,10 +28,11 @@ PerfOperatorImp gStaticOp(kCmds, 0, "static");
 
 int main(int argc, char** argv) {
     Cam3PerfCtrl::getInstance();  // destroyed at exit too
-    // Still listed when the process ends.
-    static std::vector<PerfOperatorImp*> kept;
+    // Still listed when the process ends; never destroyed, so that LeakSanitizer sees them
+    // held rather than leaked.
+    static auto* const kept = new std::vector<PerfOperatorImp*>();
     for (int i = 0; i < 20; ++i) {
-        kept.push_back(new PerfOperatorImp(kCmds, i % 2 == 0 ? 0 : 60000, "kept"));
+        kept->push_back(new PerfOperatorImp(kCmds, i % 2 == 0 ? 0 : 60000, "kept"));
     }
     const int fd = open("/dev/null", O_WRONLY | O_CLOEXEC);
     for (int t = 0; t < 4; ++t) {
