@@ -77,6 +77,8 @@ std::optional<std::string> splitSides(const std::vector<std::string>& given, Sid
             out.operands.assign(args.begin() + static_cast<std::ptrdiff_t>(i), args.end());
             break;
         }
+        if ((name == "--a" || name == "--b") && arg != name)
+            return name + " takes no value";
         if (arg == "--a" || arg == "--b") {
             bool& seen = arg == "--a" ? seenA : seenB;
             if (seen)
@@ -143,9 +145,9 @@ std::optional<int> checkSides(const Side& a, const Side& b, const std::string& s
 // cannot.
 std::optional<int> playSide(const std::string& scratchDir, Side& side) {
     const std::string base = scratchDir + "/" + side.name;
-    std::vector<std::string> childArgs = {"simulate"};
+    // The side's words may end in "--"; the timeline option goes before them.
+    std::vector<std::string> childArgs = {"simulate", "--timeline", base + ".json"};
     childArgs.insert(childArgs.end(), side.args.begin(), side.args.end());
-    childArgs.insert(childArgs.end(), {"--timeline", base + ".json"});
     side.status = runSelf(childArgs, base + ".txt");
     if (side.status == kExitUsage) {
         std::fprintf(stderr, "qvnperfctl compare: side %s could not run\n", side.name.c_str());
