@@ -71,7 +71,9 @@ TEST(OutputFiles, ClosedStandardOutputIsAnErrorAndNoFileTakesItsPlace) {
         EXPECT_THAT(readText(err), HasSubstr(command.substr(0, command.find(' ')) +
                                              ": cannot write standard output"));
         EXPECT_THAT(readText(err), testing::Not(HasSubstr("could not run"))) << command;
-        EXPECT_THAT(readText(svg), testing::StartsWith("<?xml")) << command;
+        if (command.find("--svg") != std::string::npos) {
+            EXPECT_THAT(readText(svg), testing::StartsWith("<?xml")) << command;
+        }
     }
 }
 

@@ -40,6 +40,7 @@ const char* kUsage =
 
 int main(int argc, char** argv) {
     using namespace qvnperfctl;
+    holdStandardDescriptors();
     std::vector<std::string> args(argv + 1, argv + argc);
     if (args.empty()) {
         std::fputs(kUsage, stderr);
@@ -49,7 +50,7 @@ int main(int argc, char** argv) {
     args.erase(args.begin());
     if (command == "-h" || command == "--help" || command == "help") {
         std::fputs(kUsage, stdout);
-        return kExitOk;
+        return finishStandardOutput("");
     }
     const std::pair<const char*, int (*)(const std::vector<std::string>&)> commands[] = {
         {"simulate", runSimulate},

@@ -86,6 +86,19 @@ bool OutputFile::write(const std::string& text) {
     return error == 0 || fail(error);
 }
 
+void holdStandardDescriptors() {
+    // stdin gets a write-only descriptor, stdout and stderr read-only ones.
+    for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; ++fd) {
+        if (::fcntl(fd, F_GETFD) >= 0 || errno != EBADF)
+            continue;
+        const int held = ::open("/dev/null", fd == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+        if (held >= 0 && held != fd) {
+            ::dup2(held, fd);
+            ::close(held);
+        }
+    }
+}
+
 namespace {
 
 // A pipe whose reader has gone reports an error to poll().
@@ -106,7 +119,8 @@ int finishStandardOutput(const std::string& command) {
     std::clearerr(stdout);
     if (error == EPIPE || (error == 0 && readerGone()))
         return kExitOk;
-    std::fprintf(stderr, "qvnperfctl %s: cannot write standard output%s%s\n", command.c_str(),
+    const std::string who = command.empty() ? "qvnperfctl" : "qvnperfctl " + command;
+    std::fprintf(stderr, "%s: cannot write standard output%s%s\n", who.c_str(),
                  error != 0 ? ": " : "", error != 0 ? std::strerror(error) : "");
     return kExitUsage;
 }

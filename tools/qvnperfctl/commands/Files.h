@@ -40,6 +40,10 @@ class OutputFile {
     std::string mError;
 };
 
+// Fills closed standard descriptors with /dev/null opened the wrong way round, so that
+// no file the tool opens lands on them and writing to a closed stdout still fails.
+void holdStandardDescriptors();
+
 // Flushes standard output at the end of COMMAND: kExitUsage after "qvnperfctl COMMAND:
 // cannot write standard output: REASON" when it could not be written, else kExitOk. A
 // reader that went away (simulate ... | head) only cut the output short: kExitOk. Each
