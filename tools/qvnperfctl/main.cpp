@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // qvnperfctl: shows and checks what the camera performance controller asks of the
 // power service.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // qvnperfctl compare: plays one session under two tunings, each in its own simulation,
 // and shows where they differ.
 

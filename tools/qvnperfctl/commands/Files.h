@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 // The files a command reads and writes, opened so that nothing waits: a FIFO is written
