@@ -143,9 +143,10 @@ ClockWait::ClockWait(int ms) : mMs(ms), mTicket(0) {
     }
     mTicket = w.nextTicket++;
     const int64_t deadline = saturatingAdd(now, int64_t{ms} * 1000);
-    w.byTicket.emplace(mTicket, Waits::Waiter{deadline, false, w.spareWakes.back().get()});
-    w.spareWakes.back().release();
+    // The waiter owns its wake from here until it goes back to the spares.
+    std::condition_variable* wake = w.spareWakes.back().release();
     w.spareWakes.pop_back();
+    w.byTicket.emplace(mTicket, Waits::Waiter{deadline, false, wake});
     w.pending.emplace(deadline, mTicket);
     // Only at the end of the scale is a deadline not ahead.
     endWaitsDueBy(w, now);
